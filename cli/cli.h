@@ -1,0 +1,32 @@
+#pragma once
+// The command line program: verbs register themselves from their own files.
+#include "msgbox.h"
+
+#include <QString>
+#include <QStringList>
+
+#include <functional>
+
+struct CliContext {
+    QStringList args; // the arguments after the verb, options included
+    ConsoleMsgBox& box;
+    bool yes = false;
+
+    // Value of "--name VALUE" (last one wins); empty when absent.
+    QString option(const QString& name) const;
+    // All values of a repeated option.
+    QStringList options(const QString& name) const;
+    bool flag(const QString& name) const;
+    // Arguments that are neither options nor option values.
+    QStringList positional(const QStringList& valueOptions) const;
+};
+
+// Prints to stdout / stderr as UTF-8 lines.
+void out(const QString& line);
+void err(const QString& line);
+
+using VerbFunction = std::function<int(CliContext&)>;
+
+struct VerbRegistrar {
+    VerbRegistrar(const char* verb, const char* usage, VerbFunction fn);
+};

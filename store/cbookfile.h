@@ -1,0 +1,32 @@
+#pragma once
+#include "xmlsafety.h"
+
+#include <QString>
+
+class MsgBox;
+class cBook;
+
+// The DOM view of book.xml for its properties; chapter entities stay references.
+class cBookFile {
+public:
+    explicit cBookFile(MsgBox& box) : m_box(box) {}
+
+    bool Load(const QString& path);
+    bool isLoaded() const { return m_loaded; }
+    void getProperties(cBook& book, const QString& language) const;
+    void setProperties(const cBook& book, const QString& language);
+    void addLangTitle(const QString& abbreviation);
+    void moveChapter(const QString& entity, const QString& before);
+    // The entity references of the book body, in order.
+    QStringList chapterOrder() const;
+
+private:
+    bool save();
+    MsgBox& m_box;
+    xmlsafe::DocPtr m_doc;
+    bool m_loaded = false;
+    QString m_path;
+};
+
+// The text of a new book file (one line, without the line end).
+QString newBookFileText(const cBook& book);

@@ -1,0 +1,79 @@
+#pragma once
+#include "cstack.h"
+#include "xmlsafety.h"
+
+#include <QString>
+#include <QStringList>
+
+class MsgBox;
+
+// Live view of the project file (.qly): answers every question from the DOM
+// and writes the file after every change.
+class cProject {
+public:
+    explicit cProject(MsgBox& box) : m_box(box) {}
+
+    bool Load(const QString& path);
+    bool isLoaded() const { return m_loaded; }
+
+    QString GetProjectFile() const { return m_path; }
+    // Project folder (the file's path without its extension) with a closing slash.
+    QString GetProjectFolder() const;
+    QString getBookFile() const;
+    void setBookFile(const QString& fileName);
+    QString getChapterFile(const QString& chapterTitle) const;
+    cStack getChapterFiles() const;
+    QStringList chapterFileList() const;
+    QString getChapterID(const QString& chapterTitle) const;
+    cStack getChapterIDs() const;
+    cStack getLanguages() const;
+    QStringList languageList() const; // main first, then the others in file order
+    QString getLanguageName(const QString& abbreviation) const;
+    QString getLanguageAbrev(const QString& name) const;
+    QString GetMainLangAbbrev() const;
+    cStack getAllLanguageNames() const;
+    void RemoveChapter(const QString& chapterTitle);
+    void InsertChapter(const QString& title, const QString& id, const QString& file);
+    void InsertLanguage(const QString& name, const QString& abbreviation);
+    bool isFileNameRestricted(const QString& path) const;
+    QString getNewTopicID() { return newID("topicid", "topic"); }
+    QString getNewSubchapterID() { return newID("subchapterid", "sub"); }
+    QString getNewChapterID() { return newID("chapterid", "chapter"); }
+    QString getNewAnchorID() { return newID("anchorid", "anchor"); }
+    void SetLock(const QString& id, const QString& stamp, const QString& description);
+    void RemoveLock();
+    QString GetLockID() const { return lockChild("id"); }
+    QString GetLockStamp() const { return lockChild("stamp"); }
+    QString GetLockDescription() const { return lockChild("description"); }
+
+    // Chapters in file order: title, id and file, for listings.
+    struct ChapterEntry {
+        QString title, id, file;
+    };
+    std::vector<ChapterEntry> chapters() const;
+    // The counters as they stand (topicid, subchapterid, chapterid, anchorid).
+    QString counter(const char* element) const;
+
+    // Where rewrites go before they are renamed over their target.
+    QString rewriteTempPath() const;
+
+    // Saves the DOM to the project file and leaves the file marked. False
+    // with a stop box when the write fails.
+    bool saveProject();
+
+    // Lists files whose names a new file may not take.
+    QStringList getRestrictedFiles() const;
+
+private:
+    xmlNode* root() const;
+    QString childText(xmlNode* parent, const char* name) const;
+    QString newID(const char* counter, const char* prefix);
+    QString lockChild(const char* name) const;
+    MsgBox& m_box;
+    xmlsafe::DocPtr m_doc;
+    bool m_loaded = false;
+    QString m_path;
+};
+
+// getChild of the specification: first child element with that name.
+xmlNode* getChild(xmlNode* parent, const char* name);

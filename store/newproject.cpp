@@ -1,0 +1,205 @@
+#include "newproject.h"
+
+#include "cbook.h"
+#include "cbookfile.h"
+#include "fileio.h"
+#include "mcommon.h"
+#include "msgbox.h"
+#include "paths.h"
+#include "xmlsafety.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+namespace {
+QStringList stackToList(const cStack& s)
+{
+    cStack tmp;
+    s.Copy(tmp);
+    QStringList out;
+    while (tmp.Count())
+        out.prepend(tmp.Pop());
+    return out;
+}
+}
+
+bool loadLanguageList(std::vector<LanguageEntry>& out, MsgBox& box, const QString& path)
+{
+    out.clear();
+    QString file = path.isEmpty() ? paths::programFolder() + QStringLiteral("/langs.xml") : path;
+    if (!QFileInfo::exists(file)) {
+        box.exclamation(QStringLiteral("File with available languages is missing! Please reinstall application."));
+        return false;
+    }
+    xmlsafe::EntityScope scope(QFileInfo(file).absolutePath());
+    auto doc = xmlsafe::readFile(file, 0, true, nullptr);
+    xmlNode* root = doc ? xmlDocGetRootElement(doc.get()) : nullptr;
+    if (!root || !xmlStrEqual(root->name, reinterpret_cast<const xmlChar*>("langs"))) {
+        box.exclamation(QStringLiteral("File with available languages is damaged!"));
+        return false;
+    }
+    for (xmlNode* l = root->children; l; l = l->next) {
+        if (l->type != XML_ELEMENT_NODE)
+            continue;
+        LanguageEntry e;
+        for (xmlNode* c = l->children; c; c = c->next) {
+            if (c->type != XML_ELEMENT_NODE || !c->children)
+                continue;
+            QString n = xmlsafe::qs(c->name);
+            if (n == QLatin1String("name"))
+                e.name = xmlsafe::nodeText(c);
+            else if (n == QLatin1String("abbrev"))
+                e.abbrev = xmlsafe::nodeText(c);
+            else if (n == QLatin1String("wordcode"))
+                e.wordcode = xmlsafe::nodeText(c);
+        }
+        if (!e.name.isEmpty())
+            out.push_back(e);
+    }
+    return true;
+}
+
+bool addOtherLanguage(BookForm& form, const QString& name, const QString& abbrev)
+{
+    // The position behind the last entry reads as an empty text, so an empty
+    // name or abbreviation ends the command too.
+    const int count = int(form.otherNames.size());
+    for (int i = 0; i <= count; ++i) {
+        QString n = i < count ? form.otherNames[i] : QString();
+        QString a = i < form.otherAbbrevs.size() ? form.otherAbbrevs[i] : QString();
+        if (name.toLower() == n.toLower() || abbrev.toLower() == a.toLower())
+            return false;
+    }
+    if (name.toLower() == form.mainLang.toLower() || abbrev.toLower() == form.mainAbbrev.toLower())
+        return false;
+    form.otherNames << name;
+    form.otherAbbrevs << abbrev;
+    return true;
+}
+
+bool checkBookForm(const BookForm& f, cBook& book, MsgBox& box)
+{
+    if (f.title.isEmpty() || f.author.isEmpty() || f.version.isEmpty() || f.date.isEmpty() ||
+        f.time.isEmpty()) {
+        box.exclamation(QStringLiteral("All fields have to be filled!"));
+        return false;
+    }
+    if (f.mainLang.isEmpty() || f.mainAbbrev.isEmpty()) {
+        box.exclamation(QStringLiteral("Main language must be specified!"));
+        return false;
+    }
+    for (const QString& n : f.otherNames)
+        if (n == f.mainLang) {
+            box.exclamation(QStringLiteral("Main language is not unique!"));
+            return false;
+        }
+    for (const QString& a : f.otherAbbrevs)
+        if (a == f.mainAbbrev) {
+            box.exclamation(QStringLiteral("Main language is not unique!"));
+            return false;
+        }
+    if (!mCommon::checkXMLChars(f.title, QStringLiteral("Book title"), box)) {
+        box.exclamation(QStringLiteral("Book title include improper characters!"));
+        return false;
+    }
+    book.Title = f.title;
+    book.Author = f.author;
+    book.Version = f.version;
+    book.BookDate = f.date;
+    book.BookTime = f.time;
+    book.BookFile = QStringLiteral("book.xml");
+    book.MainLangName = f.mainLang;
+    book.MainLangAbbrev = f.mainAbbrev;
+    book.LangNames.Clear();
+    book.LangAbrevs.Clear();
+    for (const QString& n : f.otherNames)
+        book.LangNames.Push(n);
+    for (const QString& a : f.otherAbbrevs)
+        book.LangAbrevs.Push(a);
+    return true;
+}
+
+QString projectFolderOf(const QString& projectFile)
+{
+    QFileInfo fi(projectFile);
+    QString base = fi.fileName();
+    int dot = base.lastIndexOf(QLatin1Char('.'));
+    if (dot > 0)
+        base = base.left(dot);
+    return fi.absolutePath() + QLatin1Char('/') + base + QLatin1Char('/');
+}
+
+bool checkProjectPath(const QString& path, MsgBox& box)
+{
+    if (QFileInfo::exists(path)) {
+        box.exclamation(QStringLiteral("File \"") + path +
+                        QStringLiteral("\" already exists! Project may not be created!"));
+        return false;
+    }
+    QString folder = projectFolderOf(path);
+    folder.chop(1);
+    if (QFileInfo::exists(folder)) {
+        box.exclamation(QStringLiteral("Folder \"") + folder +
+                        QStringLiteral("\" already exists! Project may not be created!"));
+        return false;
+    }
+    return true;
+}
+
+QString newProjectFileText(const cBook& book)
+{
+    using mCommon::escapeXML;
+    QString s = QStringLiteral(
+        "<?xml version=\"1.0\"?><!DOCTYPE project [<!ELEMENT project (version, files, "
+        "languages,topicid,subchapterid,chapterid,anchorid,lock?)><!ELEMENT version (#PCDATA)>"
+        "<!ELEMENT files (book, chapter*)><!ELEMENT book (#PCDATA)><!ELEMENT chapter (title, id, file)>"
+        "<!ELEMENT title (#PCDATA)><!ELEMENT id (#PCDATA)><!ELEMENT file (#PCDATA)>"
+        "<!ELEMENT languages (main, language*)><!ELEMENT main (name, abrev)><!ELEMENT name (#PCDATA)>"
+        "<!ELEMENT abrev (#PCDATA)><!ELEMENT language (name, abrev)><!ELEMENT topicid (#PCDATA)>"
+        "<!ELEMENT subchapterid (#PCDATA)><!ELEMENT chapterid (#PCDATA)><!ELEMENT anchorid (#PCDATA)>"
+        "<!ELEMENT lock (id, stamp, description)><!ELEMENT stamp (#PCDATA)>"
+        "<!ELEMENT description (#PCDATA)>]><project><version>1.0</version><files><book>");
+    QString bookFile = book.BookFile;
+    bookFile.replace(QLatin1Char(' '), QLatin1Char('_'));
+    s += escapeXML(bookFile.toLower());
+    s += QStringLiteral("</book></files><languages><main><name>") + escapeXML(book.MainLangName) +
+         QStringLiteral("</name><abrev>") + escapeXML(book.MainLangAbbrev) +
+         QStringLiteral("</abrev></main>");
+    QStringList names = stackToList(book.LangNames);
+    QStringList abbrevs = stackToList(book.LangAbrevs);
+    for (int i = 0; i < names.size() && i < abbrevs.size(); ++i)
+        s += QStringLiteral("<language><name>") + escapeXML(names[i]) + QStringLiteral("</name><abrev>") +
+             escapeXML(abbrevs[i]) + QStringLiteral("</abrev></language>");
+    s += QStringLiteral("</languages><topicid>0</topicid><subchapterid>0</subchapterid>"
+                        "<chapterid>0</chapterid><anchorid>0</anchorid></project>");
+    return s;
+}
+
+bool createProjectFiles(const cBook& book, MsgBox& box)
+{
+    const QString projectFile = QFileInfo(book.ProjectFile).absoluteFilePath();
+    if (!mCommon::checkFreeSpace(projectFile, box))
+        return false;
+    const QString folder = projectFolderOf(projectFile);
+    QDir dir;
+    QStringList langs{book.MainLangAbbrev};
+    langs += stackToList(book.LangAbrevs);
+    bool ok = dir.mkpath(folder + QStringLiteral("img"));
+    for (const QString& l : langs)
+        ok = ok && dir.mkpath(folder + QStringLiteral("img/") + l);
+    QString bookFile = book.BookFile;
+    bookFile.replace(QLatin1Char(' '), QLatin1Char('_'));
+    bookFile = bookFile.toLower();
+    QString error;
+    ok = ok && fileio::writeUtf16Line(folder + bookFile, newBookFileText(book),
+                                      folder + fileio::kRewriteFile, &error);
+    ok = ok && fileio::writeUtf16Line(projectFile, newProjectFileText(book),
+                                      folder + fileio::kRewriteFile, &error);
+    if (!ok) {
+        box.stop(error.isEmpty() ? QStringLiteral("The project folder \"") + folder +
+                                       QStringLiteral("\" cannot be created.")
+                                 : error);
+        return false;
+    }
+    return true;
+}

@@ -1,0 +1,39 @@
+#pragma once
+// The base of every filter that rewrites a chapter file: it copies the
+// document as it came in (tags, escaped attributes, the whitespace rule,
+// entity replacements escaped back, no comments, no processing instructions,
+// no DTD) into a UTF-16 stream. Subclasses decide what to leave out or add.
+#include "fileio.h"
+#include "sax.h"
+
+class cSAXErrorHandler;
+
+class RewriteFilter : public sax::Handler {
+public:
+    void setOutput(fileio::AtomicUtf16Writer* out) { m_out = out; }
+
+    void startElement(std::string_view name, const sax::Attrs& attrs) override;
+    void endElement(std::string_view name) override;
+    void characters(std::string_view text) override;
+    void skippedEntity(std::string_view name) override;
+
+protected:
+    void writeStart(std::string_view name, const sax::Attrs& attrs);
+    void writeEnd(std::string_view name);
+    // Applies the whitespace rule, escapes and writes; false if nothing remained.
+    bool writeText(std::string_view text);
+    void writeEntity(std::string_view name);
+    void writeRaw(std::string_view utf8);
+    void writeRaw(const QString& text);
+
+    fileio::AtomicUtf16Writer* m_out = nullptr;
+    std::string m_buf;
+};
+
+// Streams source through the filter into tempPath and renames that over
+// target (the source itself when target is empty). A parse error shows the
+// error handler's box and leaves the target untouched. The output ends with
+// CRLF.
+bool rewriteFile(const QString& source, RewriteFilter& filter, const QString& tempPath,
+                 cSAXErrorHandler* errorHandler, QString* error = nullptr,
+                 const QString& target = {});

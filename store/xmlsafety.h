@@ -1,0 +1,109 @@
+#pragma once
+// Safe use of libxml2 for every parser of the program: no network, external
+// entities only from allowed folders (the project folder), libxml2's limits on
+// entity expansion kept, and errors collected for the caller's message.
+#include <QString>
+#include <QStringList>
+
+#include <libxml/parser.h>
+#include <libxml/tree.h>
+
+#include <memory>
+#include <string>
+
+namespace xmlsafe {
+
+// Base parser options: never reach the network, never lift the limits.
+constexpr int kBaseOptions = XML_PARSE_NONET;
+
+// Installs the guarded external entity loader once per process.
+void init();
+
+// While alive, external entities and DTDs may be loaded from files inside
+// the given folders only. Scopes nest; without one, nothing external loads.
+class EntityScope {
+public:
+    explicit EntityScope(const QStringList& allowedFolders);
+    explicit EntityScope(const QString& allowedFolder) : EntityScope(QStringList{allowedFolder}) {}
+    ~EntityScope();
+    EntityScope(const EntityScope&) = delete;
+    EntityScope& operator=(const EntityScope&) = delete;
+
+private:
+    QStringList m_previous;
+};
+
+// True when path (after resolving) lies inside one of the allowed folders
+// of the innermost scope.
+bool isAllowed(const QString& path);
+
+struct XmlError {
+    bool present = false;
+    int code = 0;
+    int line = 0;
+    int column = 0;
+    QString file;
+    QString message; // the parser's reason, trimmed
+};
+
+// Collects the first error reported by libxml2 (parser, validity, entity
+// refusal) while alive.
+class ErrorCapture {
+public:
+    ErrorCapture();
+    ~ErrorCapture();
+    ErrorCapture(const ErrorCapture&) = delete;
+    ErrorCapture& operator=(const ErrorCapture&) = delete;
+
+    const XmlError& first() const { return m_first; }
+    bool any() const { return m_first.present; }
+    void record(const xmlError* e);
+    void recordMessage(const QString& message);
+
+private:
+    XmlError m_first;
+    ErrorCapture* m_previous = nullptr;
+};
+
+// The message of the refusal of an entity that lies outside the allowed folders.
+QString refusedEntityMessage(const QString& url);
+
+struct DocDeleter {
+    void operator()(xmlDoc* d) const { xmlFreeDoc(d); }
+};
+using DocPtr = std::unique_ptr<xmlDoc, DocDeleter>;
+
+// Parses a file or memory into a DOM. With validate, a document that has a
+// DTD is validated while it is parsed. Returns null on any error, and the
+// first error in *error.
+DocPtr readFile(const QString& path, int options, bool validate, XmlError* error);
+DocPtr readMemory(const QByteArray& data, const QString& baseName, int options, bool validate,
+                  XmlError* error);
+
+// Text of a line of a file's or buffer's text (1-based), for error reports.
+QString sourceLine(const QByteArray& bytes, int line);
+
+// Serialises a DOM as the project files store it: declaration without
+// encoding, the document's children (DTD with internal subset, root) on
+// their own lines with CRLF, as UTF-16 LE with byte order mark.
+QByteArray serializeUtf16(xmlDoc* doc);
+// The same text as a string (no byte order mark).
+QString serializeText(xmlDoc* doc);
+// A DTD's internal subset in one line: "<!DOCTYPE name [" declarations "]>".
+QString doctypeText(xmlDtd* dtd);
+// A content model in compact form, as "(title*,author,version)".
+std::string contentModel(int elementType, xmlElementContent* content);
+// An attribute type and default as written in a declaration.
+std::string attributeType(int type, xmlEnumeration* tree);
+std::string attributeDefault(int def);
+// Serialises one node (with children) to a string.
+QString nodeXml(xmlNode* node);
+
+// Helpers on nodes.
+QString qs(const xmlChar* s);
+QString nodeText(xmlNode* node);            // concatenated text content
+QString attr(xmlNode* node, const char* name);
+bool hasAttr(xmlNode* node, const char* name);
+xmlNode* firstChildElement(xmlNode* parent, const char* name);
+
+} // namespace xmlsafe

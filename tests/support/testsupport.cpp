@@ -1,0 +1,84 @@
+#include "testsupport.h"
+
+#include "fileio.h"
+#include "newproject.h"
+
+#include <QDirIterator>
+#include <QFile>
+#include <QFileInfo>
+
+#include <stdexcept>
+
+namespace testing_support {
+
+TempDir::TempDir()
+{
+    m_dir.setAutoRemove(true);
+}
+
+TempDir::~TempDir()
+{
+    // Marked files have no write bits; give them back so removal works as a user too.
+    QDirIterator it(m_dir.path(), QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot,
+                    QDirIterator::Subdirectories);
+    while (it.hasNext()) {
+        QString p = it.next();
+        QFile::setPermissions(p, QFile::permissions(p) | QFile::WriteOwner);
+    }
+}
+
+QString makeProject(const QString& dir, const QString& name, const QStringList& langs, const QString& title)
+{
+    cBook book;
+    book.Title = title;
+    book.Author = QStringLiteral("Author");
+    book.Version = QStringLiteral("1.0");
+    book.BookDate = QStringLiteral("1/2/26");
+    book.BookTime = QStringLiteral("10:00");
+    book.BookFile = QStringLiteral("book.xml");
+    book.MainLangAbbrev = langs.value(0);
+    book.MainLangName = QStringLiteral("Lang-") + langs.value(0);
+    for (int i = 1; i < langs.size(); ++i) {
+        book.LangAbrevs.Push(langs[i]);
+        book.LangNames.Push(QStringLiteral("Lang-") + langs[i]);
+    }
+    book.ProjectFile = dir + QLatin1Char('/') + name + QStringLiteral(".qly");
+    ScriptedMsgBox box;
+    if (!createProjectFiles(book, box))
+        throw std::runtime_error("makeProject failed");
+    return book.ProjectFile;
+}
+
+QByteArray readBytes(const QString& path)
+{
+    QByteArray b;
+    fileio::readFile(path, b);
+    return b;
+}
+
+QString readText(const QString& path)
+{
+    return fileio::decodeText(readBytes(path));
+}
+
+void writeUtf16(const QString& path, const QString& text)
+{
+    writeBytes(path, fileio::utf16WithBom(text));
+}
+
+void writeBytes(const QString& path, const QByteArray& bytes)
+{
+    QFile f(path);
+    if (QFileInfo::exists(path))
+        QFile::setPermissions(path, QFile::permissions(path) | QFile::WriteOwner);
+    if (!f.open(QIODevice::WriteOnly | QIODevice::Truncate))
+        throw std::runtime_error("cannot write test file");
+    f.write(bytes);
+}
+
+QString sampleFolder()
+{
+    return QStringLiteral(QUILLARY_SOURCE_DIR "/examples/sample");
+}
+
+} // namespace testing_support
