@@ -1,0 +1,66 @@
+#pragma once
+// The editing surface as the rest of the system sees it. The desktop program
+// supplies a web page with contenteditable; FakeSurface serves tests and the
+// command line.
+#include <QString>
+
+class EditSurface {
+public:
+    virtual ~EditSurface() = default;
+
+    // Replaces the whole page (the page shell with its style sheet).
+    virtual void setDocumentHTML(const QString& html) = 0;
+    // The inner HTML of the page's BODY, and replacing it.
+    virtual QString bodyHTML() = 0;
+    virtual void setBodyHTML(const QString& html) = 0;
+    // Pastes HTML at the current selection (at the end when there is none).
+    virtual void pasteHTML(const QString& html) = 0;
+    // The folder that relative image paths resolve against, with a closing
+    // slash, as a plain path ("/home/a/manual/").
+    virtual void setBaseURL(const QString& folder) = 0;
+    virtual QString baseURL() const = 0;
+    // True once the user (or a program) changed the page since the last save.
+    virtual bool isDirty() = 0;
+    // Writes the page to path and clears the dirty flag.
+    virtual void saveDocument(const QString& path) = 0;
+    // Browse mode: the page shows but does not edit.
+    virtual bool browseMode() const = 0;
+    virtual void setBrowseMode(bool on) = 0;
+    // True while the page is loading; the real surface waits in an event loop.
+    virtual bool busy() = 0;
+};
+
+// A surface without a window: holds the HTML as text. Every change sets the
+// dirty flag, as on the real page.
+class FakeSurface : public EditSurface {
+public:
+    void setDocumentHTML(const QString& html) override;
+    QString bodyHTML() override { return m_body; }
+    void setBodyHTML(const QString& html) override
+    {
+        m_body = html;
+        m_dirty = true;
+    }
+    void pasteHTML(const QString& html) override
+    {
+        m_body += html;
+        m_dirty = true;
+    }
+    void setBaseURL(const QString& folder) override { m_base = folder; }
+    QString baseURL() const override { return m_base; }
+    bool isDirty() override { return m_dirty; }
+    void saveDocument(const QString& path) override;
+    bool browseMode() const override { return m_browse; }
+    void setBrowseMode(bool on) override { m_browse = on; }
+    bool busy() override { return false; }
+
+    // What a user does: edit the body (sets the dirty flag).
+    void userEdit(const QString& html) { setBodyHTML(html); }
+    QString documentHTML() const { return m_head + m_body + m_tail; }
+    QString pageShell() const { return m_shell; }
+
+private:
+    QString m_shell, m_head, m_tail, m_body, m_base;
+    bool m_dirty = false;
+    bool m_browse = false;
+};

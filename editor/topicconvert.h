@@ -1,0 +1,35 @@
+#pragma once
+// The drivers of the conversion pair and the steps of a topic save that work
+// on the surface's content: the session calls these.
+#include <QString>
+
+#include <libxml/tree.h>
+
+class EditSurface;
+class MsgBox;
+class cTopic;
+
+// Shows a topic on the surface: the stored topic XML (all languages) is
+// converted for the current language into the body of the page.
+// Assumes the page shell is loaded and the base is set.
+void TopicToEditor(const QString& topicXml, EditSurface& surface, MsgBox& box);
+
+// Converts the surface's body back to single-language topic XML for the topic
+// record (ID, Stamp, State, index are read from it).
+QString EditorToTopic(EditSurface& surface, const cTopic& topic, MsgBox& box);
+
+// Save steps 1 and 2: the body must begin with an H1 that has content; the
+// title is its first text node with following text siblings merged in.
+// False when there is no such title.
+bool topicTitleFromBody(const QString& bodyHtml, QString& title);
+
+// Save step 7: validates single-language topic XML against the topic DTD.
+// On failure, message is the complete text of the box, as
+// "Topic is not valid! Please rewrite or delete problem part." ...
+bool validateTopic(const QString& topicXml, QString& message);
+
+// Save step 9: merges the new single-language topic into the stored topic of
+// all languages: this language's title and onelang are replaced, the state
+// of the other languages' titles is emptied, context stays. Returns the text
+// of the merged topic element.
+QString mergeTopic(const QString& storedXml, const QString& newXml, const QString& language);
