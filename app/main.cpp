@@ -1,8 +1,11 @@
+#include "webenginesetup.h"
+
 #include <QApplication>
 #include <QMainWindow>
 
 int main(int argc, char** argv)
 {
+    prepareWebEngine();
     QApplication app(argc, argv);
     QMainWindow w;
     w.setObjectName(QStringLiteral("frmMain"));

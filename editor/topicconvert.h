@@ -23,6 +23,13 @@ QString EditorToTopic(EditSurface& surface, const cTopic& topic, MsgBox& box);
 // False when there is no such title.
 bool topicTitleFromBody(const QString& bodyHtml, QString& title);
 
+// The two directions on text, without a surface: the body HTML that
+// TopicToEditor gives the surface, and the topic XML that EditorToTopic makes
+// of body HTML under a base URL.
+QString topicToBodyHTML(const QString& topicXml, MsgBox& box);
+QString bodyHTMLToTopic(const QString& bodyHtml, const QString& baseURL, const cTopic& topic,
+                        MsgBox& box);
+
 // Save step 7: validates single-language topic XML against the topic DTD.
 // On failure, message is the complete text of the box, as
 // "Topic is not valid! Please rewrite or delete problem part." ...

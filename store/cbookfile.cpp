@@ -74,6 +74,7 @@ bool cBookFile::Load(const QString& path)
                        .arg(xmlsafe::sourceLine(data, err.line), err.message));
         return false;
     }
+    m_doctype = xmlsafe::doctypeFromSource(fileio::decodeText(data));
     m_loaded = xmlDocGetRootElement(m_doc.get()) != nullptr;
     return m_loaded;
 }
@@ -191,7 +192,7 @@ bool cBookFile::save()
 {
     QString folder = QFileInfo(m_path).absolutePath();
     QString error;
-    if (!fileio::atomicReplace(m_path, xmlsafe::serializeUtf16(m_doc.get()),
+    if (!fileio::atomicReplace(m_path, xmlsafe::serializeUtf16(m_doc.get(), m_doctype),
                                folder + QLatin1Char('/') + fileio::kRewriteFile, &error)) {
         m_box.stop(error);
         return false;

@@ -26,6 +26,7 @@ private:
     xmlsafe::DocPtr m_doc;
     bool m_loaded = false;
     QString m_path;
+    QString m_doctype; // as read, written back unchanged
 };
 
 // The text of a new book file (one line, without the line end).

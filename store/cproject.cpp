@@ -53,8 +53,8 @@ bool cProject::Load(const QString& path)
     xmlsafe::XmlError err;
     xmlsafe::DocPtr doc;
     if (fileio::readFile(abs, data)) {
-        QString folder = QFileInfo(abs).absolutePath();
-        xmlsafe::EntityScope scope(folder);
+        // Entities may come from the project folder only, not from beside it.
+        xmlsafe::EntityScope scope(projectFolderOf(abs));
         doc = xmlsafe::readMemory(data, abs, 0, true, &err);
     }
     if (!doc || !xmlDocGetRootElement(doc.get())) {
@@ -69,6 +69,7 @@ bool cProject::Load(const QString& path)
         return false;
     }
     m_doc = std::move(doc);
+    m_doctype = xmlsafe::doctypeFromSource(fileio::decodeText(data));
     m_path = abs;
     m_loaded = true;
     return true;
@@ -368,7 +369,7 @@ bool cProject::saveProject()
         return false;
     QString temp = rewriteTempPath();
     QString error;
-    if (!fileio::atomicReplace(m_path, xmlsafe::serializeUtf16(m_doc.get()), temp, &error)) {
+    if (!fileio::atomicReplace(m_path, xmlsafe::serializeUtf16(m_doc.get(), m_doctype), temp, &error)) {
         m_box.stop(error);
         return false;
     }

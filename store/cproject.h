@@ -73,6 +73,7 @@ private:
     xmlsafe::DocPtr m_doc;
     bool m_loaded = false;
     QString m_path;
+    QString m_doctype; // as read, written back unchanged
 };
 
 // getChild of the specification: first child element with that name.

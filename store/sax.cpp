@@ -101,6 +101,8 @@ struct Reader::Impl {
                                const xmlChar** attributes)
     {
         Reader* r = self(ctx);
+        if (r->echo(ctx))
+            return;
         flush(r);
         auto* ctxt = static_cast<xmlParserCtxtPtr>(ctx);
         r->m_attrs.clear();
@@ -133,6 +135,8 @@ struct Reader::Impl {
                              const xmlChar*)
     {
         Reader* r = self(ctx);
+        if (r->echo(ctx))
+            return;
         flush(r);
         if (prefix) {
             r->m_nameBuf = std::string(sv(prefix)) + ":" + std::string(sv(localname));
@@ -145,6 +149,8 @@ struct Reader::Impl {
     static void characters(void* ctx, const xmlChar* ch, int len)
     {
         Reader* r = self(ctx);
+        if (r->echo(ctx))
+            return;
         r->m_text.append(reinterpret_cast<const char*>(ch), size_t(len));
     }
 
@@ -153,8 +159,18 @@ struct Reader::Impl {
     static void reference(void* ctx, const xmlChar* name)
     {
         Reader* r = self(ctx);
-        flush(r);
+        if (r->echo(ctx))
+            return;
         std::string_view n = sv(name);
+        if (r->m_inlineInternal) {
+            for (const auto& [iname, content] : r->m_internalEntities) {
+                if (iname == n) {
+                    r->m_text.append(content);
+                    return;
+                }
+            }
+        }
+        flush(r);
         if (r->m_expandExternal) {
             for (const auto& [ename, system] : r->m_externalEntities) {
                 if (ename == n) {
@@ -188,6 +204,7 @@ struct Reader::Impl {
             r->m_externalEntities.emplace_back(std::string(sv(name)), std::string(sv(systemId)));
             r->m_handler.externalEntityDecl(sv(name), sv(publicId), sv(systemId));
         } else if (type == XML_INTERNAL_GENERAL_ENTITY) {
+            r->m_internalEntities.emplace_back(std::string(sv(name)), std::string(sv(content)));
             r->m_handler.internalEntityDecl(sv(name), sv(content));
         }
         xmlSAX2EntityDecl(ctx, name, type, publicId, systemId, content);
@@ -263,12 +280,17 @@ bool Reader::parseFile(const QString& path)
         return false;
     }
     f.close();
-    QByteArray p = QFile::encodeName(QFileInfo(path).absoluteFilePath());
-    xmlParserCtxtPtr ctxt = xmlCreateFileParserCtxt(p.constData());
-    if (!ctxt)
-        return false;
     if (m_allowed.isEmpty())
         m_allowed << QFileInfo(path).absolutePath();
+    QByteArray p = QFile::encodeName(QFileInfo(path).absoluteFilePath());
+    xmlParserCtxtPtr ctxt;
+    {
+        // The file itself goes through the guarded loader too.
+        xmlsafe::EntityScope scope(QStringList(m_allowed) << QFileInfo(path).absolutePath());
+        ctxt = xmlCreateFileParserCtxt(p.constData());
+    }
+    if (!ctxt)
+        return false;
     return run(ctxt, QFileInfo(path).fileName());
 }
 
@@ -418,9 +440,12 @@ bool Reader::parseEntityFile(const QString& systemId)
             // The entity's file is a document of its own: its entities are not
             // those of the book.
             auto saved = std::move(m_externalEntities);
+            auto savedInternal = std::move(m_internalEntities);
             m_externalEntities.clear();
+            m_internalEntities.clear();
             ok = run(nested, QFileInfo(path).fileName());
             m_externalEntities = std::move(saved);
+            m_internalEntities = std::move(savedInternal);
         }
     }
     --m_depth;

@@ -80,6 +80,10 @@ public:
     // The entity's file must lie inside an allowed folder.
     void setExpandExternalEntities(bool on) { m_expandExternal = on; }
     void setErrorHandler(cSAXErrorHandler* h) { m_errorHandler = h; }
+    // Without substitution, a reference to an internal entity is handed over
+    // as its text (default), so that no reference outlives a DTD that a
+    // filter drops; off, it arrives as skippedEntity.
+    void setInlineInternalEntities(bool on) { m_inlineInternal = on; }
     // Folders from which external entities may be read; default: the folder
     // of the parsed file.
     void setAllowedFolders(const QStringList& folders) { m_allowed = folders; }
@@ -101,11 +105,16 @@ public:
 private:
     bool run(void* ctxt, const QString& label);
     bool parseEntityFile(const QString& systemId);
+    // Events that libxml2 replays while it checks an entity it does not
+    // substitute: they come from a context of their own and are not ours.
+    bool echo(void* ctx) const { return !m_expand && ctx != m_ctxt; }
     bool m_stopRequested = false;
     Handler& m_handler;
     cSAXErrorHandler* m_errorHandler = nullptr;
     bool m_expand = false;
     bool m_expandExternal = false;
+    bool m_inlineInternal = true;
+    std::vector<std::pair<std::string, std::string>> m_internalEntities;
     QStringList m_allowed;
     xmlsafe::XmlError m_error;
     void* m_ctxt = nullptr;

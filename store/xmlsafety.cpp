@@ -431,14 +431,47 @@ QString doctypeText(xmlDtd* dtd)
     return QString::fromUtf8(out);
 }
 
-QString serializeText(xmlDoc* doc)
+QString doctypeFromSource(const QString& text)
+{
+    int start = text.indexOf(QStringLiteral("<!DOCTYPE"));
+    if (start < 0)
+        return {};
+    QChar quote;
+    bool inSubset = false;
+    for (int i = start + 9; i < text.size(); ++i) {
+        QChar c = text[i];
+        if (!quote.isNull()) {
+            if (c == quote)
+                quote = QChar();
+            continue;
+        }
+        if (inSubset && text.mid(i, 4) == QLatin1String("<!--")) {
+            int end = text.indexOf(QStringLiteral("-->"), i + 4);
+            if (end < 0)
+                return {};
+            i = end + 2;
+            continue;
+        }
+        if (c == QLatin1Char('"') || c == QLatin1Char('\''))
+            quote = c;
+        else if (c == QLatin1Char('['))
+            inSubset = true;
+        else if (c == QLatin1Char(']'))
+            inSubset = false;
+        else if (c == QLatin1Char('>') && !inSubset)
+            return text.mid(start, i - start + 1);
+    }
+    return {};
+}
+
+QString serializeText(xmlDoc* doc, const QString& doctype)
 {
     // One line, as the system writes its files: declaration, document type
     // with its internal subset, root; then CRLF.
     QString out = QStringLiteral("<?xml version=\"1.0\"?>");
     for (xmlNode* n = doc->children; n; n = n->next) {
         if (n->type == XML_DTD_NODE)
-            out += doctypeText(reinterpret_cast<xmlDtd*>(n));
+            out += doctype.isEmpty() ? doctypeText(reinterpret_cast<xmlDtd*>(n)) : doctype;
         else if (n->type == XML_ELEMENT_NODE)
             out += nodeXml(n);
     }
@@ -446,9 +479,9 @@ QString serializeText(xmlDoc* doc)
     return out;
 }
 
-QByteArray serializeUtf16(xmlDoc* doc)
+QByteArray serializeUtf16(xmlDoc* doc, const QString& doctype)
 {
-    QString s = serializeText(doc);
+    QString s = serializeText(doc, doctype);
     QByteArray out;
     out.reserve(2 + s.size() * 2);
     out.append('\xFF');

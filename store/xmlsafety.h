@@ -86,9 +86,14 @@ QString sourceLine(const QByteArray& bytes, int line);
 // Serialises a DOM as the project files store it: declaration without
 // encoding, the document's children (DTD with internal subset, root) on
 // their own lines with CRLF, as UTF-16 LE with byte order mark.
-QByteArray serializeUtf16(xmlDoc* doc);
+// With a doctype text given (as read from the file), that text is written
+// in place of the DTD, so a file keeps its declarations letter for letter.
+QByteArray serializeUtf16(xmlDoc* doc, const QString& doctype = {});
 // The same text as a string (no byte order mark).
-QString serializeText(xmlDoc* doc);
+QString serializeText(xmlDoc* doc, const QString& doctype = {});
+// The document type declaration of a document's text, from "<!DOCTYPE" to
+// its closing ">", or "" when there is none.
+QString doctypeFromSource(const QString& text);
 // A DTD's internal subset in one line: "<!DOCTYPE name [" declarations "]>".
 QString doctypeText(xmlDtd* dtd);
 // A content model in compact form, as "(title*,author,version)".

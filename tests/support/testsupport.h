@@ -40,3 +40,26 @@ void writeBytes(const QString& path, const QByteArray& bytes);
 QString sampleFolder();
 
 } // namespace testing_support
+
+#include <ostream>
+
+// Readable values in test failures.
+inline void PrintTo(const QString& s, std::ostream* os)
+{
+    *os << '"' << s.toStdString() << '"';
+}
+inline void PrintTo(const QByteArray& b, std::ostream* os)
+{
+    *os << "bytes(" << b.size() << ") \"";
+    QByteArray text = b;
+    if (b.startsWith("\xFF\xFE"))
+        text = QString::fromUtf16(reinterpret_cast<const char16_t*>(b.constData() + 2), (b.size() - 2) / 2).toUtf8();
+    *os << text.toStdString() << '"';
+}
+inline void PrintTo(const QStringList& l, std::ostream* os)
+{
+    *os << '[';
+    for (const QString& s : l)
+        *os << '"' << s.toStdString() << "\" ";
+    *os << ']';
+}

@@ -1,0 +1,528 @@
+#include "websurface.h"
+
+#include "fileio.h"
+
+#include <QDir>
+#include <QEventLoop>
+#include <QPointer>
+#include <QTimer>
+#include <QWebEngineFindTextResult>
+#include <QWebEngineProfile>
+#include <QWebEngineScript>
+#include <QWebEngineScriptCollection>
+#include <QWebEngineSettings>
+
+#include <memory>
+
+namespace {
+
+// A console message with this text is the agent's "display changed" note;
+// the console is the one channel from the page that needs no extra module.
+const QString kDisplayNote = QStringLiteral("\x01quillary:display");
+
+// The agent. Idempotent: it is injected at document ready and run again
+// after each load, in case the injection came too late.
+const char* const kAgent = R"JS(
+(function () {
+  if (window.__q) return;
+  var q = window.__q = { dirty: false, gen: 0, editable: true, body: null, observer: null, noted: false };
+
+  function note() {
+    if (q.noted) return;
+    q.noted = true;
+    setTimeout(function () { q.noted = false; console.debug('\u0001quillary:display'); }, 0);
+  }
+  function touch() { q.dirty = true; q.gen++; note(); }
+  // The editable switch itself is no change of content.
+  function relevant(records) {
+    for (var i = 0; i < records.length; i++) {
+      var r = records[i];
+      if (!(r.type === 'attributes' && r.target === q.body && r.attributeName === 'contenteditable'))
+        return true;
+    }
+    return false;
+  }
+  q.flush = function () {
+    if (q.observer && relevant(q.observer.takeRecords())) touch();
+  };
+  q.attach = function () {
+    var b = document.body;
+    if (!b) return false;
+    if (q.body !== b) {
+      if (q.observer) q.observer.disconnect();
+      q.body = b;
+      q.observer = new MutationObserver(function (records) { if (relevant(records)) touch(); });
+      q.observer.observe(b, { childList: true, subtree: true, characterData: true, attributes: true });
+    }
+    b.setAttribute('contenteditable', q.editable ? 'true' : 'false');
+    return true;
+  };
+  q.setEditable = function (on) { q.editable = !!on; return q.attach(); };
+  q.isDirty = function () { q.flush(); return q.dirty; };
+  q.setDirty = function () { q.flush(); touch(); return true; };
+  q.body_ = function () { return document.body ? document.body.innerHTML : ''; };
+  q.setBody = function (html) { q.attach(); document.body.innerHTML = html; q.flush(); return true; };
+  q.doc = function () {
+    var d = document.doctype ? new XMLSerializer().serializeToString(document.doctype) : '';
+    return d + document.documentElement.outerHTML;
+  };
+  // The page text with the change count it belongs to; clean() clears the
+  // flag only if nothing changed in between.
+  q.snapshot = function () { q.flush(); return { html: q.doc(), gen: q.gen }; };
+  q.clean = function (gen) { q.flush(); if (q.gen === gen) q.dirty = false; return !q.dirty; };
+  // Inserts HTML at the selection, replacing it; at the end of the body when
+  // the selection is not in the body. The caret goes behind the insertion.
+  q.paste = function (html) {
+    q.attach();
+    var b = document.body, sel = window.getSelection(), range = null;
+    if (sel && sel.rangeCount > 0) {
+      var r = sel.getRangeAt(0);
+      if (b.contains(r.commonAncestorContainer)) range = r;
+    }
+    if (!range) {
+      range = document.createRange();
+      range.selectNodeContents(b);
+      range.collapse(false);
+    }
+    range.deleteContents();
+    var frag = range.createContextualFragment(html);
+    var last = frag.lastChild;
+    range.insertNode(frag);
+    if (last && sel) {
+      var after = document.createRange();
+      after.setStartAfter(last);
+      after.collapse(true);
+      sel.removeAllRanges();
+      sel.addRange(after);
+    }
+    q.flush();
+    return true;
+  };
+  q.selText = function () { var s = window.getSelection(); return s ? s.toString() : ''; };
+  q.selHTML = function () {
+    var s = window.getSelection();
+    if (!s || s.rangeCount === 0 || s.isCollapsed) return '';
+    var d = document.createElement('div');
+    for (var i = 0; i < s.rangeCount; i++) d.appendChild(s.getRangeAt(i).cloneContents());
+    return d.innerHTML;
+  };
+
+  document.addEventListener('input', touch, true);
+  document.addEventListener('selectionchange', note);
+  document.addEventListener('keyup', note, true);
+  document.addEventListener('mouseup', note, true);
+  q.attach();
+})();
+true;
+)JS";
+
+// setHtml goes through a data URL, which is limited to 2 MB.
+constexpr int kMaxDataUrl = 2 * 1024 * 1024 - 4096;
+
+// Splits a page at its BODY: head part, body content, tail part.
+bool splitAtBody(const QString& html, QString& head, QString& body, QString& tail)
+{
+    int open = html.indexOf(QStringLiteral("<body"), 0, Qt::CaseInsensitive);
+    int openEnd = open >= 0 ? html.indexOf(QLatin1Char('>'), open) : -1;
+    int close = html.lastIndexOf(QStringLiteral("</body>"), -1, Qt::CaseInsensitive);
+    if (open < 0 || openEnd < 0 || close <= openEnd)
+        return false;
+    head = html.left(openEnd + 1);
+    body = html.mid(openEnd + 1, close - openEnd - 1);
+    tail = html.mid(close);
+    return true;
+}
+
+} // namespace
+
+// The page: keeps it where it is (no navigation but our own loads) and
+// passes the agent's notes on.
+class SurfacePage : public QWebEnginePage {
+public:
+    SurfacePage(QWebEngineProfile* profile, WebSurface* surface)
+        : QWebEnginePage(profile, surface), m_surface(surface)
+    {
+    }
+
+protected:
+    bool acceptNavigationRequest(const QUrl& url, NavigationType type, bool isMainFrame) override
+    {
+        if (!isMainFrame)
+            return false;
+        if (m_surface && m_surface->m_ownLoad)
+            return true;
+        // A click on a link, a dropped file, back or reload would replace
+        // the topic on the page.
+        if (type == NavigationTypeLinkClicked && m_surface)
+            emit m_surface->linkClicked(url);
+        return false;
+    }
+
+    void javaScriptConsoleMessage(JavaScriptConsoleMessageLevel, const QString& message, int,
+                                  const QString&) override
+    {
+        if (m_surface)
+            m_surface->pageMessage(message);
+    }
+
+private:
+    QPointer<WebSurface> m_surface;
+};
+
+WebSurface::WebSurface(QWidget* parent) : QWebEngineView(parent)
+{
+    // A private profile in memory: no cache or cookies on disk.
+    m_profile = new QWebEngineProfile();
+    auto* p = new SurfacePage(m_profile, this);
+    // The page owns the profile, so the profile outlives the page.
+    m_profile->setParent(p);
+
+    QWebEngineSettings* s = p->settings();
+    // Only the agent's world runs script; pasted content cannot.
+    s->setAttribute(QWebEngineSettings::JavascriptEnabled, false);
+    s->setAttribute(QWebEngineSettings::LocalContentCanAccessFileUrls, true);
+    s->setAttribute(QWebEngineSettings::LocalContentCanAccessRemoteUrls, false);
+    s->setAttribute(QWebEngineSettings::AutoLoadImages, true);
+    s->setAttribute(QWebEngineSettings::JavascriptCanAccessClipboard, true);
+    s->setAttribute(QWebEngineSettings::JavascriptCanOpenWindows, false);
+    s->setAttribute(QWebEngineSettings::PluginsEnabled, false);
+    s->setAttribute(QWebEngineSettings::LocalStorageEnabled, false);
+    s->setAttribute(QWebEngineSettings::ErrorPageEnabled, false);
+    s->setAttribute(QWebEngineSettings::NavigateOnDropEnabled, false);
+
+    QWebEngineScript agent;
+    agent.setName(QStringLiteral("quillary-agent"));
+    agent.setSourceCode(QString::fromUtf8(kAgent));
+    agent.setInjectionPoint(QWebEngineScript::DocumentReady);
+    agent.setWorldId(QWebEngineScript::ApplicationWorld);
+    agent.setRunsOnSubFrames(false);
+    p->scripts().insert(agent);
+
+    connect(p, &QWebEnginePage::loadFinished, this, [this](bool ok) {
+        m_loading = false;
+        m_ownLoad = false;
+        m_loadOk = ok;
+    });
+    setPage(p);
+    // The view's own menu offers Reload and Back, which would drop the
+    // topic; the owner shows its own menu.
+    setContextMenuPolicy(Qt::CustomContextMenu);
+
+    loadPage(QStringLiteral("<html><head></head><body></body></html>"));
+}
+
+WebSurface::~WebSurface()
+{
+    // Callbacks still pending are answered with nothing; the page goes before the view.
+    QWebEnginePage* p = page();
+    setPage(nullptr);
+    delete p;
+}
+
+void WebSurface::setTimeouts(int loadMs, int scriptMs)
+{
+    m_loadTimeout = loadMs;
+    m_scriptTimeout = scriptMs;
+}
+
+QUrl WebSurface::baseUrl() const
+{
+    return m_base.isEmpty() ? QUrl() : QUrl::fromLocalFile(m_base);
+}
+
+void WebSurface::loadPage(const QString& html)
+{
+    m_loading = true;
+    m_ownLoad = true;
+    m_loadOk = false;
+    page()->setHtml(html, baseUrl());
+}
+
+bool WebSurface::waitForLoad()
+{
+    if (!m_loading)
+        return m_loadOk;
+    QEventLoop loop;
+    QTimer timer;
+    timer.setSingleShot(true);
+    connect(page(), &QWebEnginePage::loadFinished, &loop, &QEventLoop::quit);
+    connect(&timer, &QTimer::timeout, &loop, &QEventLoop::quit);
+    timer.start(m_loadTimeout);
+    // User input waits until the page has answered, so no command runs in
+    // the middle of another; painting and the page's own traffic go on.
+    while (m_loading && timer.isActive())
+        loop.exec(QEventLoop::ExcludeUserInputEvents);
+    if (m_loading) {
+        qWarning("WebSurface: the page did not finish loading in time");
+        return false;
+    }
+    return m_loadOk;
+}
+
+bool WebSurface::busy()
+{
+    if (m_loading)
+        waitForLoad();
+    return m_loading;
+}
+
+QVariant WebSurface::runScript(const QString& js, bool* ok)
+{
+    if (m_loading)
+        waitForLoad();
+    struct Answer {
+        bool done = false;
+        QVariant value;
+        QEventLoop loop;
+    };
+    // Shared with the callback, which may come after a timeout or never.
+    auto answer = std::make_shared<Answer>();
+    page()->runJavaScript(js, QWebEngineScript::ApplicationWorld, [answer](const QVariant& v) {
+        answer->value = v;
+        answer->done = true;
+        answer->loop.quit();
+    });
+    if (!answer->done) {
+        QTimer timer;
+        timer.setSingleShot(true);
+        connect(&timer, &QTimer::timeout, &answer->loop, &QEventLoop::quit);
+        timer.start(m_scriptTimeout);
+        while (!answer->done && timer.isActive())
+            answer->loop.exec(QEventLoop::ExcludeUserInputEvents);
+    }
+    m_lastOk = answer->done;
+    if (!answer->done)
+        qWarning("WebSurface: the page did not answer in time");
+    if (ok)
+        *ok = answer->done;
+    return answer->value;
+}
+
+QString WebSurface::jsString(const QString& text)
+{
+    QString out;
+    out.reserve(text.size() + 2);
+    out += QLatin1Char('"');
+    for (QChar c : text) {
+        const char16_t u = c.unicode();
+        if (u == '"' || u == '\\') {
+            out += QLatin1Char('\\');
+            out += c;
+        } else if (u < 0x20 || u == 0x2028 || u == 0x2029 || u == 0x7f) {
+            out += QStringLiteral("\\u%1").arg(int(u), 4, 16, QLatin1Char('0'));
+        } else {
+            out += c;
+        }
+    }
+    out += QLatin1Char('"');
+    return out;
+}
+
+bool WebSurface::ensureAgent()
+{
+    bool ok = false;
+    runScript(QString::fromUtf8(kAgent), &ok);
+    if (!ok)
+        return false;
+    QVariant v = runScript(QStringLiteral("window.__q.setEditable(%1)").arg(m_browse ? "false" : "true"), &ok);
+    return ok && v.toBool();
+}
+
+void WebSurface::afterLoad()
+{
+    if (!ensureAgent())
+        m_lastOk = false;
+}
+
+void WebSurface::setDocumentHTML(const QString& html)
+{
+    QString head, body, tail;
+    const bool large = QUrl::toPercentEncoding(html.toUtf8()).size() > kMaxDataUrl;
+    if (large && splitAtBody(html, head, body, tail)) {
+        loadPage(head + tail);
+    } else if (large) {
+        body = html;
+        loadPage(QStringLiteral("<html><head></head><body></body></html>"));
+    } else {
+        loadPage(html);
+    }
+    if (!waitForLoad()) {
+        m_lastOk = false;
+        return;
+    }
+    afterLoad();
+    if (large)
+        runScript(QStringLiteral("window.__q.setBody(%1)").arg(jsString(body)));
+    // A new document counts as a change until it is saved, as on the fake.
+    setDirty();
+}
+
+QString WebSurface::documentHTML()
+{
+    return runScript(QStringLiteral("window.__q.doc()")).toString();
+}
+
+QString WebSurface::bodyHTML()
+{
+    return runScript(QStringLiteral("window.__q.body_()")).toString();
+}
+
+void WebSurface::setBodyHTML(const QString& html)
+{
+    runScript(QStringLiteral("window.__q.setBody(%1)").arg(jsString(html)));
+}
+
+void WebSurface::pasteHTML(const QString& html)
+{
+    runScript(QStringLiteral("window.__q.paste(%1)").arg(jsString(html)));
+}
+
+void WebSurface::setBaseURL(const QString& folder)
+{
+    QString f = folder;
+    if (!f.isEmpty() && !f.endsWith(QLatin1Char('/')))
+        f += QLatin1Char('/');
+    if (f == m_base)
+        return;
+    // The base is the page's own URL: the page is loaded again under the
+    // new one, with its content and its dirty state.
+    bool ok = false;
+    QVariant snap = runScript(QStringLiteral("window.__q.snapshot()"), &ok);
+    const bool wasDirty = isDirty();
+    m_base = f;
+    if (!ok)
+        return;
+    QString html = snap.toMap().value(QStringLiteral("html")).toString();
+    setDocumentHTML(html);
+    if (!wasDirty) {
+        QVariant s = runScript(QStringLiteral("window.__q.snapshot()"));
+        runScript(QStringLiteral("window.__q.clean(%1)")
+                      .arg(s.toMap().value(QStringLiteral("gen")).toLongLong()));
+    }
+}
+
+bool WebSurface::isDirty()
+{
+    bool ok = false;
+    QVariant v = runScript(QStringLiteral("window.__q.isDirty()"), &ok);
+    return !ok || !v.isValid() || v.toBool();
+}
+
+void WebSurface::setDirty()
+{
+    runScript(QStringLiteral("window.__q.setDirty()"));
+}
+
+void WebSurface::saveDocument(const QString& path)
+{
+    bool ok = false;
+    QVariantMap snap = runScript(QStringLiteral("window.__q.snapshot()"), &ok).toMap();
+    if (!ok || !snap.contains(QStringLiteral("gen"))) {
+        m_lastOk = false;
+        return;
+    }
+    if (!path.isEmpty()) {
+        QString error;
+        if (!fileio::atomicReplace(path, snap.value(QStringLiteral("html")).toString().toUtf8(), {},
+                                   &error)) {
+            qWarning("WebSurface: %s", qPrintable(error));
+            m_lastOk = false;
+            return;
+        }
+    }
+    runScript(QStringLiteral("window.__q.clean(%1)").arg(snap.value(QStringLiteral("gen")).toLongLong()));
+}
+
+void WebSurface::setBrowseMode(bool on)
+{
+    m_browse = on;
+    runScript(QStringLiteral("window.__q.setEditable(%1)").arg(on ? "false" : "true"));
+}
+
+void WebSurface::pageMessage(const QString& message)
+{
+    if (message == kDisplayNote)
+        emit displayChanged();
+}
+
+void WebSurface::undo()
+{
+    execCommand(QStringLiteral("undo"));
+}
+
+void WebSurface::redo()
+{
+    execCommand(QStringLiteral("redo"));
+}
+
+void WebSurface::cut()
+{
+    execCommand(QStringLiteral("cut"));
+}
+
+void WebSurface::copy()
+{
+    execCommand(QStringLiteral("copy"));
+}
+
+void WebSurface::selectAllText()
+{
+    execCommand(QStringLiteral("selectAll"));
+}
+
+bool WebSurface::execCommand(const QString& command, const QString& value)
+{
+    QVariant v = runScript(QStringLiteral("document.execCommand(%1, false, %2)")
+                               .arg(jsString(command), jsString(value)));
+    return v.toBool();
+}
+
+bool WebSurface::queryCommandState(const QString& command)
+{
+    return runScript(QStringLiteral("document.queryCommandState(%1)").arg(jsString(command))).toBool();
+}
+
+bool WebSurface::queryCommandEnabled(const QString& command)
+{
+    return runScript(QStringLiteral("document.queryCommandEnabled(%1)").arg(jsString(command))).toBool();
+}
+
+QString WebSurface::queryCommandValue(const QString& command)
+{
+    return runScript(QStringLiteral("document.queryCommandValue(%1)").arg(jsString(command))).toString();
+}
+
+QString WebSurface::selectionText()
+{
+    return runScript(QStringLiteral("window.__q.selText()")).toString();
+}
+
+QString WebSurface::selectionHTML()
+{
+    return runScript(QStringLiteral("window.__q.selHTML()")).toString();
+}
+
+int WebSurface::find(const QString& text, QWebEnginePage::FindFlags flags)
+{
+    struct Answer {
+        bool done = false;
+        int matches = 0;
+        QEventLoop loop;
+    };
+    auto answer = std::make_shared<Answer>();
+    page()->findText(text, flags, [answer](const QWebEngineFindTextResult& r) {
+        answer->matches = r.numberOfMatches();
+        answer->done = true;
+        answer->loop.quit();
+    });
+    if (!answer->done) {
+        QTimer timer;
+        timer.setSingleShot(true);
+        connect(&timer, &QTimer::timeout, &answer->loop, &QEventLoop::quit);
+        timer.start(m_scriptTimeout);
+        while (!answer->done && timer.isActive())
+            answer->loop.exec(QEventLoop::ExcludeUserInputEvents);
+    }
+    m_lastOk = answer->done;
+    return answer->matches;
+}

@@ -1,0 +1,94 @@
+#pragma once
+// The editing surface of the desktop program: a web page whose BODY is
+// contenteditable. A small agent script lives in the page (in an isolated
+// script world, so page content can run no script of its own) and does what
+// must happen inside it; C++ talks to it through runJavaScript and waits for
+// the answer in a local event loop.
+#include "surface.h"
+
+#include <QString>
+#include <QUrl>
+#include <QVariant>
+#include <QWebEnginePage>
+#include <QWebEngineView>
+
+class QWebEngineProfile;
+
+class WebSurface : public QWebEngineView, public EditSurface {
+    Q_OBJECT
+public:
+    explicit WebSurface(QWidget* parent = nullptr);
+    ~WebSurface() override;
+
+    // EditSurface. Every call returns only when the page has answered, or
+    // after the timeout; a failed call leaves lastCallOk() false.
+    void setDocumentHTML(const QString& html) override;
+    QString bodyHTML() override;
+    void setBodyHTML(const QString& html) override;
+    void pasteHTML(const QString& html) override;
+    void setBaseURL(const QString& folder) override;
+    QString baseURL() const override { return m_base; }
+    // A page that does not answer counts as changed, so nothing is lost.
+    bool isDirty() override;
+    void saveDocument(const QString& path) override;
+    bool browseMode() const override { return m_browse; }
+    void setBrowseMode(bool on) override;
+    bool busy() override;
+
+    // Runs JavaScript in the agent's world (window.__q is the agent) and
+    // returns its completion value; invalid on an exception or timeout.
+    QVariant runScript(const QString& js, bool* ok = nullptr);
+    // A JavaScript string literal holding text, for building scripts.
+    static QString jsString(const QString& text);
+
+    // The whole page as text (doctype and HTML element).
+    QString documentHTML();
+    // Marks the page changed, as a user edit would.
+    void setDirty();
+    bool lastCallOk() const { return m_lastOk; }
+
+    // Editing commands of the page.
+    void undo();
+    void redo();
+    void cut();
+    void copy();
+    void selectAllText();
+    // document.execCommand and its queries, for formatting commands.
+    bool execCommand(const QString& command, const QString& value = {});
+    bool queryCommandState(const QString& command);
+    bool queryCommandEnabled(const QString& command);
+    QString queryCommandValue(const QString& command);
+    // The selection as text and as HTML; empty when there is none.
+    QString selectionText();
+    QString selectionHTML();
+    // Finds and highlights the next match; the number of matches (0: none).
+    int find(const QString& text, QWebEnginePage::FindFlags flags = {});
+
+    // Time limits of a page load and of one script call, in milliseconds.
+    void setTimeouts(int loadMs, int scriptMs);
+
+signals:
+    // The selection or the content changed (throttled by the page).
+    void displayChanged();
+    // A link was clicked in browse mode; the page itself does not navigate.
+    void linkClicked(const QUrl& url);
+
+private:
+    friend class SurfacePage;
+    bool waitForLoad();
+    void loadPage(const QString& html);
+    void afterLoad();
+    bool ensureAgent();
+    QUrl baseUrl() const;
+    void pageMessage(const QString& message);
+
+    QWebEngineProfile* m_profile = nullptr;
+    QString m_base;
+    bool m_browse = false;
+    bool m_loading = false;
+    bool m_ownLoad = false;
+    bool m_loadOk = false;
+    bool m_lastOk = true;
+    int m_loadTimeout = 20000;
+    int m_scriptTimeout = 10000;
+};

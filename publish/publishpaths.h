@@ -1,0 +1,18 @@
+#pragma once
+// Places the publishing pipelines use on this machine.
+#include <QString>
+
+namespace publishpaths {
+
+// The FOP font configuration, made on the first PDF run and kept in the
+// user's configuration folder.
+QString fontConfigurationFile();
+// Overrides the font configuration's path (tests).
+void setFontConfigurationFile(const QString& path);
+
+// The installed stylesheets of the program folder.
+QString quillaryXsl();   // xsl/quillary.xsl in the program folder
+QString webhelpXsl();    // the frames stylesheet
+QString webhelpImage(const QString& name); // its navigation GIFs
+
+} // namespace publishpaths
