@@ -226,6 +226,32 @@ bool AtomicUtf16Writer::commit(const QString& target, QString* error)
     return renameInto(m_temp, target, error);
 }
 
+bool AtomicUtf16Writer::finish(QString* error)
+{
+    if (m_fd < 0)
+        return false;
+    flushBuffer();
+    bool ok = !m_failed && ::fsync(m_fd) == 0;
+    if (!ok && error)
+        *error = sysError("Cannot write", m_temp);
+    ::close(m_fd);
+    m_fd = -1;
+    if (!ok) {
+        QByteArray t = QFile::encodeName(m_temp);
+        ::unlink(t.constData());
+    }
+    return ok;
+}
+
+bool commitTemp(const QString& tempPath, const QString& target, QString* error)
+{
+    QByteArray t = QFile::encodeName(tempPath);
+    if (target.isEmpty())
+        return ::unlink(t.constData()) == 0;
+    ::chmod(t.constData(), modeFor(target) | S_IWUSR);
+    return renameInto(tempPath, target, error);
+}
+
 void AtomicUtf16Writer::abort()
 {
     if (m_fd >= 0) {

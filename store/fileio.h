@@ -43,6 +43,9 @@ public:
     void write(std::string_view utf8) { write(utf8.data(), utf8.size()); }
     void write(const QString& text);
     bool commit(const QString& target, QString* error = nullptr);
+    // Flushes, fsyncs and closes the temporary file and keeps it, for a
+    // later commitTemp.
+    bool finish(QString* error = nullptr);
     void abort();
     bool isOpen() const { return m_fd >= 0; }
 
@@ -54,6 +57,10 @@ private:
     std::string m_utf8;
     QStringDecoder m_decoder{QStringDecoder::Utf8};
 };
+
+// Renames a finished temporary file over its target (taking the target's
+// mode), or removes it when target is empty.
+bool commitTemp(const QString& tempPath, const QString& target, QString* error = nullptr);
 
 // The project mark: a marked file has no write bit set.
 bool isMarked(const QString& path);

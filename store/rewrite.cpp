@@ -82,10 +82,10 @@ void RewriteFilter::writeRaw(const QString& text)
         m_out->write(text);
 }
 
-bool rewriteFile(const QString& source, RewriteFilter& filter, const QString& tempPath,
-                 cSAXErrorHandler* errorHandler, QString* error, const QString& target)
+namespace {
+bool runFilter(fileio::AtomicUtf16Writer& out, const QString& source, RewriteFilter& filter,
+               const QString& tempPath, cSAXErrorHandler* errorHandler, QString* error)
 {
-    fileio::AtomicUtf16Writer out;
     if (!out.open(tempPath, error))
         return false;
     filter.setOutput(&out);
@@ -102,5 +102,24 @@ bool rewriteFile(const QString& source, RewriteFilter& filter, const QString& te
         return false;
     }
     out.write(std::string_view("\r\n"));
+    return true;
+}
+}
+
+bool rewriteToTemp(const QString& source, RewriteFilter& filter, const QString& tempPath,
+                   cSAXErrorHandler* errorHandler, QString* error)
+{
+    fileio::AtomicUtf16Writer out;
+    if (!runFilter(out, source, filter, tempPath, errorHandler, error))
+        return false;
+    return out.finish(error);
+}
+
+bool rewriteFile(const QString& source, RewriteFilter& filter, const QString& tempPath,
+                 cSAXErrorHandler* errorHandler, QString* error, const QString& target)
+{
+    fileio::AtomicUtf16Writer out;
+    if (!runFilter(out, source, filter, tempPath, errorHandler, error))
+        return false;
     return out.commit(target.isEmpty() ? source : target, error);
 }

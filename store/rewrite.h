@@ -37,3 +37,9 @@ protected:
 bool rewriteFile(const QString& source, RewriteFilter& filter, const QString& tempPath,
                  cSAXErrorHandler* errorHandler, QString* error = nullptr,
                  const QString& target = {});
+
+// The first half of rewriteFile: the complete, fsynced result in tempPath,
+// not yet renamed. Lets a change of two files be prepared before either is
+// replaced.
+bool rewriteToTemp(const QString& source, RewriteFilter& filter, const QString& tempPath,
+                   cSAXErrorHandler* errorHandler, QString* error = nullptr);

@@ -1,0 +1,168 @@
+#pragma once
+// The session with one open project: what the main window owns and does,
+// without any widget. The desktop program shows it through SessionView and
+// answers its dialogs through SessionDialogs; the command line and the tests
+// script both.
+#include "booktree.h"
+#include "cbook.h"
+#include "cproject.h"
+#include "ctopic.h"
+#include "treeview.h"
+
+#include <QString>
+
+#include <algorithm>
+#include <functional>
+#include <map>
+
+class EditSurface;
+class MsgBox;
+class RewriteFilter;
+
+// Which commands are enabled; keys are the names of menus and toolbar
+// buttons ("mnuSave", "tlbCommon:Save", "tlbElements", ...).
+using Enabling = std::map<QString, bool>;
+
+// What the window shows of the session. All calls are optional to follow.
+class SessionView {
+public:
+    virtual ~SessionView() = default;
+    virtual void setCaption(const QString&) {}
+    // Status bar panel 1 to 3; image 0 for none or the tree image index.
+    virtual void setPanel(int, const QString&, int) {}
+    virtual void setEnabled(const Enabling&) {}
+    virtual void setDropEnabled(bool) {}
+    virtual void setActElement(const QString&) {}
+    virtual void setCompleteChecked(bool) {}
+};
+
+// The dialogs the session opens. Each returns false for Cancel.
+struct SessionDialogs {
+    // The title dialog: caption, label, button caption; text in and out.
+    std::function<bool(const QString& caption, const QString& label, const QString& button,
+                       QString& text)>
+        topicTitle;
+    // The new-project form: fills the book (ProjectFile included).
+    std::function<bool(cBook&)> newBook;
+    // The book properties form.
+    std::function<bool(cBook&)> bookProperties;
+};
+
+class Session {
+public:
+    Session(MsgBox& box, EditSurface& surface);
+    ~Session();
+
+    void setView(SessionView* view);
+    SessionDialogs dialogs;
+
+    // The three change flags.
+    bool topicPropertiesChanged = false;
+    bool topicStateChanged = false;
+    bool keywordDialogPending = false;
+
+    cProject& project() { return m_project; }
+    cTopic& topic() { return m_topic; }
+    cChapter& chapter() { return m_chapter; }
+    BookTree& tree() { return m_tree; }
+    EditSurface& surface() { return m_surface; }
+    MsgBox& box() { return m_box; }
+    bool isOpen() const { return m_open; }
+    bool isLocked() const;
+    const Enabling& enabling() const { return m_enabling; }
+    QString caption() const { return m_caption; }
+    QString panel(int i) const { return m_panels[std::clamp(i, 1, 3) - 1]; }
+    int panelImage() const { return m_panelImage; }
+    bool dropEnabled() const { return m_dropEnabled; }
+    QString onlineColor, printColor, anchorColor; // "#" and six digits
+
+    // Start-up: settings, colours, the compiler lookup, the empty workspace,
+    // then the project named on the command line.
+    void startUp(const QString& commandLine);
+    static QString projectFromCommandLine(const QString& commandLine);
+    void readSettings();
+
+    void openProject(const QString& path);
+    void closeProject();
+    void resetWorkspace();
+    void createProject();
+    // The save prompt; true when the user cancelled.
+    bool askSaveTopic();
+    void clearDirty();
+    void showEmptyPage();
+    static QString pageShell(const QString& online, const QString& print, const QString& anchor);
+    void setEditorBase();
+    void resetStatusBar();
+    // Leaving the program; false when the user cancelled.
+    bool queryUnload();
+
+    // The tree.
+    void buildTree();
+    void clickOnTopic(const NodePtr& node);
+    void ShowTopic(const NodePtr& node);
+    QString GetTopic(const QString& id, const QString& chapterTitle, const QString& element);
+    bool titleExists(const NodePtr& node, const QString& title) const;
+    bool titleExistsAmongChildren(const NodePtr& parent, const QString& title) const;
+    NodePtr shownTopic() const { return m_topic.TreeNode.lock(); }
+    NodePtr selectedChapter() const { return m_chapter.TreeNode.lock(); }
+
+    // Topic and chapter actions; xml, title and id empty for the menu commands.
+    bool changeTopic(int action, QString xml = {}, QString title = {}, QString id = {});
+    bool changeChapter(int action, QString xml = {}, QString title = {}, QString id = {});
+    bool insertChapterFile(int action);
+    bool removeChapterFile();
+    void editChapterProperties();
+    void editSubchapterProperties();
+    void editBookProperties();
+    void deleteBook();
+
+    // Menu commands with their questions.
+    void mnuSave();
+    void mnuDeleteTopic();
+    void mnuDeleteChapter();
+    void mnuDeleteBook();
+    void mnuChapterProperties();
+    void mnuComplete();
+    void mnuUnlock();
+
+    // Drag and drop: whether target may take source, and the drop itself.
+    bool canDrop(const NodePtr& source, const NodePtr& target) const;
+    bool dropNode(const NodePtr& source, const NodePtr& target);
+
+    // Editing states.
+    void readOnlyState();
+    void editState();
+    void completeTopicState();
+    void copyFindState();
+    void enableByProjectState();
+
+private:
+    void setCaption(const QString& c);
+    void setPanel(int i, const QString& text, int image = 0);
+    void setEnabled(const QString& key, bool on);
+    void pushEnabling();
+    bool rewriteChapter(const QString& chapterTitle, RewriteFilter& filter);
+    void chooseSelectionAfterRemoving(const NodePtr& node, bool forTopic);
+    bool moveElement(const NodePtr& source, const NodePtr& target, bool into);
+    bool askTitle(const QString& caption, const QString& label, const QString& button, QString& text);
+    QString newTopicText(const QString& id, const QString& title);
+    QString extract(const QString& file, const QString& element, const QString& id);
+    QString tempPath() const;
+    QString tempPath2() const;
+
+    MsgBox& m_box;
+    EditSurface& m_surface;
+    SessionView* m_view = nullptr;
+    SessionView m_noView;
+    cProject m_project;
+    cTopic m_topic;
+    cChapter m_chapter;
+    BookTree m_tree;
+    cTreeView m_treeView;
+    bool m_open = false;
+    QString m_caption;
+    QString m_panels[3];
+    int m_panelImage = 0;
+    bool m_dropEnabled = true;
+    Enabling m_enabling;
+};

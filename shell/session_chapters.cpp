@@ -1,0 +1,324 @@
+// Chapters and subchapters, the book's properties, deleting the book.
+#include "session.h"
+
+#include "cbookfile.h"
+#include "csaxbookhandler.h"
+#include "fileio.h"
+#include "filters.h"
+#include "language.h"
+#include "mcommon.h"
+#include "msgbox.h"
+#include "surface.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+namespace {
+bool isTopLevel(const NodePtr& node)
+{
+    NodePtr p = node ? node->Parent() : nullptr;
+    return p && p->Tag == QLatin1String("book");
+}
+
+bool isBelow(const NodePtr& node, const NodePtr& ancestor)
+{
+    for (NodePtr p = node; p; p = p->Parent())
+        if (p == ancestor)
+            return true;
+    return false;
+}
+}
+
+bool Session::changeChapter(int action, QString xml, QString title, QString id)
+{
+    if (!m_open || isLocked())
+        return false;
+    NodePtr ch = selectedChapter();
+    if (!ch)
+        return false;
+    // Top-level work: 9 on the book, or 6, 7, 8 on a chapter of the book.
+    if ((action == 9 && ch->Tag == QLatin1String("book")) ||
+        (action != 9 && isTopLevel(ch))) {
+        if (!xml.isEmpty())
+            return false; // a top-level chapter moves through the book, not by text
+        return action == 6 ? removeChapterFile() : insertChapterFile(action);
+    }
+    if (!mCommon::checkFreeSpace(m_project.GetProjectFile(), m_box))
+        return false;
+    cSAXFileChangeChapter f;
+    f.Action = action;
+    const QString chapterTitle = mCommon::getChapterFromPath(ch->FullPath());
+
+    if (action == 6) {
+        f.CutElement = QStringLiteral("subchapter");
+        f.SubID = ch->Key;
+        f.xmlIn.clear();
+        NodePtr shown = shownTopic();
+        chooseSelectionAfterRemoving(ch, false);
+        if (shown && isBelow(shown, ch)) {
+            showEmptyPage();
+            m_topic.TreeNode.reset();
+        }
+        m_tree.Remove(ch);
+        m_chapter.TreeNode.reset();
+        bool ok = rewriteChapter(chapterTitle, f);
+        if (NodePtr sel = m_tree.SelectedItem())
+            clickOnTopic(sel);
+        return ok;
+    }
+
+    // 7, 8, 9: insert a subchapter.
+    const bool ready = !xml.isEmpty();
+    if (!ready) {
+        if (!askTitle(QStringLiteral("Chapter Title"), QStringLiteral("Insert new chapter title"),
+                      QStringLiteral("Insert"), title))
+            return false;
+        bool exists = action == 9 ? titleExistsAmongChildren(ch, title)
+                                  : titleExistsAmongChildren(ch->Parent(), title);
+        if (exists) {
+            m_box.exclamation(QStringLiteral("Chapter with same name already exists! Chapter can not be inserted!"));
+            return false;
+        }
+        id = m_project.getNewSubchapterID();
+        xml = QStringLiteral("<subchapter id=\"") + id + QStringLiteral("\">");
+        for (const QString& l : m_project.languageList())
+            xml += QStringLiteral("<title lang=\"") + mCommon::escapeXMLAttribute(l) + QStringLiteral("\">") +
+                   mCommon::escapeXML(title) + QStringLiteral("</title>");
+        xml += QStringLiteral("</subchapter>");
+    }
+    f.SubID = ch->Key;
+    if (action == 9)
+        f.CutElement = isTopLevel(ch) ? QStringLiteral("chapter") : QStringLiteral("subchapter");
+    else
+        f.CutElement = QStringLiteral("subchapter");
+    f.xmlIn = xml;
+    if (!rewriteChapter(chapterTitle, f))
+        return false;
+    Relation rel = action == 7 ? Relation::Previous : action == 8 ? Relation::Next : Relation::Child;
+    NodePtr node = m_tree.Add(ch, rel, id, title, treeimg::Closed, 0);
+    if (!node)
+        return false;
+    node->ExpandedImage = treeimg::Open;
+    node->Tag = QStringLiteral("chapter");
+    m_tree.Changed(node);
+    m_tree.Select(node);
+    if (!ready)
+        clickOnTopic(node);
+    return true;
+}
+
+bool Session::insertChapterFile(int action)
+{
+    NodePtr ch = selectedChapter();
+    if (!ch || !mCommon::checkFreeSpace(m_project.GetProjectFile(), m_box))
+        return false;
+    QString title;
+    if (!askTitle(QStringLiteral("Chapter Title"), QStringLiteral("Insert new chapter title"),
+                  QStringLiteral("Insert"), title))
+        return false;
+    bool exists = action == 9 ? titleExistsAmongChildren(ch, title) : titleExistsAmongChildren(ch->Parent(), title);
+    if (exists) {
+        m_box.exclamation(QStringLiteral("Chapter with same title already exists! Chapter can not be inserted!"));
+        return false;
+    }
+    QString text = QStringLiteral("<chapter>");
+    for (const QString& l : m_project.languageList())
+        text += QStringLiteral("<title lang=\"") + mCommon::escapeXMLAttribute(l) + QStringLiteral("\">") +
+                mCommon::escapeXML(title) + QStringLiteral("</title>");
+    text += QStringLiteral("</chapter>");
+    const QString id = m_project.getNewChapterID();
+    const QString fileName = id + QStringLiteral(".xml");
+    const QString path = m_project.GetProjectFolder() + fileName;
+    QString error;
+    if (!fileio::writeUtf16Line(path, text, tempPath(), &error)) {
+        m_box.stop(error);
+        return false;
+    }
+    cSAXBookHandler h;
+    h.NewChapterID = id;
+    h.CurrentChapterID = action == 9 ? QString() : m_project.getChapterID(ch->Text);
+    h.FileName = fileName;
+    h.Command = action;
+    if (!rewriteBookFile(m_project, h, m_box)) {
+        QFile::remove(path);
+        return false;
+    }
+    m_project.InsertChapter(title, id, fileName);
+    Relation rel = action == 7 ? Relation::Previous : action == 8 ? Relation::Next : Relation::Child;
+    NodePtr node = m_tree.Add(ch, rel, QString(), title, treeimg::Closed, 0);
+    if (!node)
+        return false;
+    node->ExpandedImage = treeimg::Open;
+    node->Tag = QStringLiteral("chapter");
+    m_tree.Changed(node);
+    m_tree.Select(node);
+    clickOnTopic(node);
+    return true;
+}
+
+bool Session::removeChapterFile()
+{
+    NodePtr ch = selectedChapter();
+    if (!ch || !mCommon::checkFreeSpace(m_project.GetProjectFile(), m_box))
+        return false;
+    const QString title = ch->Text;
+    const QString file = m_project.getChapterFile(title);
+    cSAXBookHandler h;
+    h.NewChapterID = m_project.getChapterID(title);
+    h.Command = 6;
+    if (h.NewChapterID.isEmpty()) {
+        m_box.stop(QStringLiteral("The chapter \"") + title + QStringLiteral("\" has no file in the project file!"));
+        return false;
+    }
+    NodePtr shown = shownTopic();
+    chooseSelectionAfterRemoving(ch, false);
+    if (shown && isBelow(shown, ch)) {
+        showEmptyPage();
+        m_topic.TreeNode.reset();
+    }
+    m_tree.Remove(ch);
+    m_chapter.TreeNode.reset();
+    if (!rewriteBookFile(m_project, h, m_box))
+        return false;
+    QFile::remove(file);
+    m_project.RemoveChapter(title);
+    if (NodePtr sel = m_tree.SelectedItem())
+        clickOnTopic(sel);
+    return true;
+}
+
+void Session::mnuDeleteChapter()
+{
+    NodePtr ch = selectedChapter();
+    if (!ch || ch->Tag != QLatin1String("chapter") || isLocked())
+        return;
+    if (ch->ChildCount() > 0) {
+        m_box.exclamation(QStringLiteral("Chapter \"") + ch->Text + QStringLiteral("\" is not empty and may be not deleted!"));
+        return;
+    }
+    if (m_box.show(QStringLiteral("Delete chapter \"") + ch->Text + QStringLiteral("\"?"), MsgButtons::YesNo,
+                   MsgIcon::Question, kAppTitle) != MsgAnswer::Yes)
+        return;
+    changeChapter(6);
+}
+
+void Session::mnuChapterProperties()
+{
+    NodePtr ch = selectedChapter();
+    if (!ch || isLocked())
+        return;
+    if (isTopLevel(ch))
+        editChapterProperties();
+    else if (ch->Tag == QLatin1String("chapter"))
+        editSubchapterProperties();
+}
+
+void Session::editSubchapterProperties()
+{
+    NodePtr ch = selectedChapter();
+    if (!ch || isLocked())
+        return;
+    QString title = ch->Text;
+    if (!askTitle(QStringLiteral("Chapter Title"), QStringLiteral("Chapter title"), QStringLiteral("OK"), title))
+        return;
+    if (title.isEmpty() || title == ch->Text)
+        return;
+    if (titleExists(ch, title)) {
+        m_box.exclamation(QStringLiteral("Chapter with same name already exists! Chapter can not be renamed!"));
+        return;
+    }
+    if (!mCommon::checkFreeSpace(m_project.GetProjectFile(), m_box))
+        return;
+    cSAXFileChangeChapterUpdate f;
+    f.Action = 10;
+    f.SubID = ch->Key;
+    f.xmlIn = title;
+    f.CutElement = QStringLiteral("subchapter");
+    if (!rewriteChapter(mCommon::getChapterFromPath(ch->FullPath()), f))
+        return;
+    ch->Text = title;
+    m_tree.Changed(ch);
+    clickOnTopic(ch);
+}
+
+void Session::editChapterProperties()
+{
+    NodePtr ch = selectedChapter();
+    if (!ch || isLocked())
+        return;
+    const QString old = ch->Text;
+    QString title = old;
+    if (!askTitle(QStringLiteral("Chapter Title"), QStringLiteral("Chapter title"), QStringLiteral("OK"), title))
+        return;
+    if (title.isEmpty() || title == old)
+        return;
+    if (titleExists(ch, title)) {
+        m_box.exclamation(QStringLiteral("Chapter with same title already exists! Properties can not be changed!"));
+        return;
+    }
+    if (!mCommon::checkFreeSpace(m_project.GetProjectFile(), m_box))
+        return;
+    cSAXFileChangeChapterUpdate f;
+    f.Action = 11;
+    f.SubID.clear();
+    f.xmlIn = title;
+    f.CutElement = QStringLiteral("chapter");
+    if (!rewriteChapter(old, f))
+        return;
+    const QString id = m_project.getChapterID(old);
+    const QString file = QFileInfo(m_project.getChapterFile(old)).fileName();
+    m_project.RemoveChapter(old);
+    m_project.InsertChapter(title, id, file);
+    ch->Text = title;
+    m_tree.Changed(ch);
+    clickOnTopic(ch);
+}
+
+void Session::editBookProperties()
+{
+    NodePtr root = m_tree.Root();
+    if (!m_open || !root || isLocked())
+        return;
+    cBookFile bf(m_box);
+    if (!bf.Load(m_project.getBookFile()))
+        return;
+    cBook book;
+    bf.getProperties(book, QString());
+    if (!dialogs.bookProperties || !dialogs.bookProperties(book))
+        return;
+    if (!mCommon::checkFreeSpace(m_project.GetProjectFile(), m_box))
+        return;
+    bf.setProperties(book, QString());
+    root->Text = book.Title;
+    m_tree.Changed(root);
+    clickOnTopic(root);
+}
+
+void Session::mnuDeleteBook()
+{
+    NodePtr root = m_tree.Root();
+    if (!root || isLocked())
+        return;
+    if (root->ChildCount() > 0) {
+        m_box.exclamation(QStringLiteral("Book is not empty and may be not deleted!"));
+        return;
+    }
+    if (m_box.show(QStringLiteral("Delete book?"), MsgButtons::YesNo, MsgIcon::Question, kAppTitle) != MsgAnswer::Yes)
+        return;
+    deleteBook();
+}
+
+void Session::deleteBook()
+{
+    const QStringList chapters = m_project.chapterFileList();
+    const QString book = m_project.getBookFile();
+    const QString projectFile = m_project.GetProjectFile();
+    // The start-up sequence again: closes the project and clears its mark.
+    startUp(QString());
+    if (askSaveTopic() || m_open)
+        return;
+    for (const QString& f : chapters)
+        QFile::remove(f);
+    QFile::remove(book);
+    QFile::remove(projectFile);
+}

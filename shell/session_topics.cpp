@@ -1,0 +1,356 @@
+// Topics: showing, extracting, saving, inserting, deleting, the finished mark.
+#include "session.h"
+
+#include "csaxerrorhandler.h"
+#include "filters.h"
+#include "language.h"
+#include "mcommon.h"
+#include "msgbox.h"
+#include "surface.h"
+#include "topicconvert.h"
+
+#include <QFileInfo>
+
+void Session::buildTree()
+{
+    m_treeView.SetTree(&m_tree);
+    buildBookTree(m_project, m_tree, m_box);
+}
+
+bool Session::titleExists(const NodePtr& node, const QString& title) const
+{
+    if (!node)
+        return false;
+    NodePtr parent = node->Parent();
+    if (!parent)
+        return false;
+    const QString lower = title.toLower();
+    for (const NodePtr& s : parent->Children())
+        if (s != node && s->Text.toLower() == lower)
+            return true;
+    return false;
+}
+
+bool Session::titleExistsAmongChildren(const NodePtr& parent, const QString& title) const
+{
+    if (!parent)
+        return false;
+    const QString lower = title.toLower();
+    for (const NodePtr& c : parent->Children())
+        if (c->Text.toLower() == lower)
+            return true;
+    return false;
+}
+
+QString Session::extract(const QString& file, const QString& element, const QString& id)
+{
+    return extractElement(m_project, file, element, id, m_box);
+}
+
+QString Session::GetTopic(const QString& id, const QString& chapterTitle, const QString& element)
+{
+    QString xml = extract(m_project.getChapterFile(chapterTitle), element, id);
+    if (element == QLatin1String("topic")) {
+        m_topic.ID = id;
+        m_topic.State = m_topic.ExtractState(xml);
+        m_topic.Stamp = m_topic.ExtractStamp(xml);
+        m_topic.index = m_topic.ExtractIndexes(xml);
+    }
+    return xml;
+}
+
+void Session::ShowTopic(const NodePtr& node)
+{
+    if (!node)
+        return;
+    bool wasShown = shownTopic() != nullptr;
+    QString xml = GetTopic(node->Key, mCommon::getChapterFromPath(node->FullPath()), QStringLiteral("topic"));
+    m_surface.setBrowseMode(false);
+    showEmptyPage();
+    setEditorBase();
+    TopicToEditor(xml, m_surface, m_box);
+    while (m_surface.busy()) {
+    }
+    clearDirty();
+    if (!wasShown)
+        editState();
+    setPanel(2, QString(), 0);
+    setPanel(3, QString());
+    bool complete = m_topic.State == QLatin1String("complete");
+    if (complete)
+        setPanel(2, QStringLiteral("locked"), treeimg::Anchor);
+    setPanel(3, m_topic.Stamp);
+    m_view->setActElement(QString());
+    m_view->setCompleteChecked(complete);
+    if (isLocked() || complete) {
+        m_surface.setBrowseMode(true);
+        readOnlyState();
+        copyFindState();
+        if (complete)
+            completeTopicState();
+    } else {
+        editState();
+    }
+}
+
+void Session::clickOnTopic(const NodePtr& node)
+{
+    if (!node || node->Removed())
+        return;
+    if (node->Tag == QLatin1String("topic")) {
+        NodePtr current = shownTopic();
+        if (current && current->Removed()) {
+            // The shown topic's node is gone: the normal case after tree edits.
+            m_topic.TreeNode.reset();
+            current.reset();
+        }
+        if (current && current->FullPath() == node->FullPath())
+            return;
+        if (askSaveTopic())
+            return;
+        m_tree.Select(node);
+        ShowTopic(node);
+        setPanel(1, node->FullPath());
+        m_topic.TreeNode = node;
+    } else if (node->Tag == QLatin1String("chapter") || node->Tag == QLatin1String("book")) {
+        m_tree.Select(node);
+        m_chapter.TreeNode = node;
+    }
+}
+
+bool Session::rewriteChapter(const QString& chapterTitle, RewriteFilter& filter)
+{
+    QString file = m_project.getChapterFile(chapterTitle);
+    if (file.isEmpty()) {
+        m_box.stop(QStringLiteral("The chapter \"") + chapterTitle +
+                   QStringLiteral("\" has no file in the project file!"));
+        return false;
+    }
+    cSAXErrorHandler errors(m_box);
+    QString error;
+    if (!rewriteToTemp(file, filter, tempPath(), &errors, &error)) {
+        if (!errors.failed())
+            m_box.stop(error);
+        return false;
+    }
+    auto* change = dynamic_cast<FileChangeFilter*>(&filter);
+    auto* update = dynamic_cast<cSAXFileChangeChapterUpdate*>(&filter);
+    if ((change && !change->found()) || (update && !update->found())) {
+        // The tree and the file disagree: change nothing.
+        fileio::commitTemp(tempPath(), QString());
+        m_box.stop(QStringLiteral("The element to change was not found in \"") + QFileInfo(file).fileName() +
+                   QStringLiteral("\". Nothing has been changed."));
+        return false;
+    }
+    if (!fileio::commitTemp(tempPath(), file, &error)) {
+        m_box.stop(error);
+        return false;
+    }
+    return true;
+}
+
+QString Session::newTopicText(const QString& id, const QString& title)
+{
+    const QString stamp = mCommon::nowStamp();
+    const QStringList langs = m_project.languageList();
+    QString s = QStringLiteral("<topic id=\"") + id + QStringLiteral("\">");
+    for (const QString& l : langs)
+        s += QStringLiteral("<title lang=\"") + mCommon::escapeXMLAttribute(l) +
+             QStringLiteral("\" state=\"uncomplete\" stamp=\"") + mCommon::escapeXMLAttribute(stamp) +
+             QStringLiteral("\">") + mCommon::escapeXML(title) + QStringLiteral("</title>");
+    for (const QString& l : langs)
+        s += QStringLiteral("<onelang lang=\"") + mCommon::escapeXMLAttribute(l) + QStringLiteral("\"></onelang>");
+    s += QStringLiteral("</topic>");
+    return s;
+}
+
+bool Session::askTitle(const QString& caption, const QString& label, const QString& button, QString& text)
+{
+    if (!dialogs.topicTitle || !dialogs.topicTitle(caption, label, button, text))
+        return false;
+    // The dialog keeps an empty or refused text from coming back; so do we.
+    if (text.isEmpty())
+        return false;
+    return mCommon::checkXMLChars(text, QStringLiteral("Chapter title"), m_box);
+}
+
+void Session::chooseSelectionAfterRemoving(const NodePtr& node, bool forTopic)
+{
+    if (node->Previous())
+        m_tree.Select(node->Previous());
+    else if (node->Next())
+        m_tree.Select(node->Next());
+    else if (NodePtr p = node->Parent()) {
+        m_tree.Select(p);
+        if (forTopic) {
+            showEmptyPage();
+            m_surface.setBrowseMode(true);
+            readOnlyState();
+        }
+    }
+}
+
+bool Session::changeTopic(int action, QString xml, QString title, QString id)
+{
+    if (!m_open || (isLocked() && action != 1))
+        return false;
+    if (!mCommon::checkFreeSpace(m_project.GetProjectFile(), m_box))
+        return false;
+    cSAXFileChangeTopic f;
+    QString chapterTitle;
+    NodePtr node;      // the topic acted on (1 to 4)
+    NodePtr chapterNode;
+    if (action == 5) {
+        chapterNode = selectedChapter();
+        if (!chapterNode || chapterNode->Tag != QLatin1String("chapter"))
+            return false;
+        chapterTitle = mCommon::getChapterFromPath(chapterNode->FullPath());
+        f.TopicID = chapterNode->Key;
+    } else {
+        node = shownTopic();
+        if (!node || node->Removed())
+            return false;
+        m_tree.Select(node);
+        chapterTitle = mCommon::getChapterFromPath(node->FullPath());
+        f.TopicID = m_topic.ID;
+    }
+    f.Action = action;
+
+    if (action == 2) {
+        resetStatusBar();
+        f.CutElement = QStringLiteral("topic");
+        f.xmlIn.clear();
+        chooseSelectionAfterRemoving(node, true);
+        m_tree.Remove(node);
+        m_topic.TreeNode.reset();
+        clearDirty();
+        return rewriteChapter(chapterTitle, f);
+    }
+
+    if (action == 1) {
+        QString newTitle;
+        if (!topicTitleFromBody(m_surface.bodyHTML(), newTitle)) {
+            m_box.exclamation(QStringLiteral("Topic without title can not be saved!"));
+            return false;
+        }
+        if (newTitle != node->Text && titleExists(node, newTitle)) {
+            m_box.exclamation(QStringLiteral("Topic with same name already exists! Topic may not be saved!"));
+            return false;
+        }
+        if (!mCommon::checkXMLChars(newTitle, QStringLiteral("Topic title"), m_box))
+            return false;
+        m_topic.Stamp = mCommon::nowStamp();
+        QString single = EditorToTopic(m_surface, m_topic, m_box);
+        QString message;
+        if (!validateTopic(single, message)) {
+            m_box.exclamation(message);
+            return false;
+        }
+        setPanel(3, m_topic.Stamp);
+        clearDirty();
+        node->Text = newTitle;
+        m_tree.Changed(node);
+        // The stored topic holds all languages; the record keeps what was just saved.
+        const QString state = m_topic.State, stamp = m_topic.Stamp, index = m_topic.index;
+        QString stored = GetTopic(m_topic.ID, chapterTitle, QStringLiteral("topic"));
+        m_topic.State = state;
+        m_topic.Stamp = stamp;
+        m_topic.index = index;
+        if (stored.isEmpty()) {
+            m_box.stop(QStringLiteral("The topic \"") + m_topic.ID + QStringLiteral("\" was not found in its chapter file!"));
+            return false;
+        }
+        f.CutElement = QStringLiteral("topic");
+        f.xmlIn = mergeTopic(stored, single, currentLanguage());
+        return rewriteChapter(chapterTitle, f);
+    }
+
+    // 3, 4, 5: insert.
+    const bool ready = !xml.isEmpty();
+    if (!ready) {
+        if (title.isEmpty()) {
+            if (!askTitle(QStringLiteral("Topic Title"), QStringLiteral("Insert new topic title"),
+                          QStringLiteral("Insert"), title))
+                return false;
+        }
+        bool exists = action == 5 ? titleExistsAmongChildren(chapterNode, title) : titleExistsAmongChildren(node->Parent(), title);
+        if (exists) {
+            m_box.exclamation(QStringLiteral("Topic with same name already exists! Topic can not be inserted!"));
+            return false;
+        }
+        id = m_project.getNewTopicID();
+        xml = newTopicText(id, title);
+    }
+    f.xmlIn = xml;
+    if (action == 5) {
+        NodePtr parent = chapterNode->Parent();
+        f.CutElement = (parent && parent->Tag == QLatin1String("chapter")) ? QStringLiteral("subchapter")
+                                                                           : QStringLiteral("chapter");
+    } else {
+        f.CutElement = QStringLiteral("topic");
+    }
+    if (!rewriteChapter(chapterTitle, f))
+        return false;
+    NodePtr added = action == 5 ? m_tree.Add(chapterNode, Relation::Child, id, title, treeimg::Topic, treeimg::TopicSel)
+                                : m_tree.Add(node, action == 3 ? Relation::Previous : Relation::Next, id, title,
+                                             treeimg::Topic, treeimg::TopicSel);
+    if (!added)
+        return false;
+    added->Tag = QStringLiteral("topic");
+    m_tree.Changed(added);
+    m_tree.Select(added);
+    if (!xml.contains(QStringLiteral("<subchapter")) && !ready)
+        clickOnTopic(added);
+    return true;
+}
+
+void Session::mnuSave()
+{
+    if (!m_enabling[QStringLiteral("mnuSave")])
+        return;
+    changeTopic(1);
+}
+
+void Session::mnuDeleteTopic()
+{
+    NodePtr node = shownTopic();
+    if (!node || isLocked())
+        return;
+    if (m_box.show(QStringLiteral("Delete topic \"") + node->Text + QStringLiteral("\"?"), MsgButtons::YesNo,
+                   MsgIcon::Question, kAppTitle) != MsgAnswer::Yes)
+        return;
+    if (changeTopic(2)) {
+        // Show what the tree selected in place of the deleted topic.
+        NodePtr sel = m_tree.SelectedItem();
+        if (sel)
+            clickOnTopic(sel);
+    }
+}
+
+void Session::mnuComplete()
+{
+    NodePtr node = shownTopic();
+    if (!node)
+        return;
+    topicStateChanged = !topicStateChanged;
+    bool nowComplete = m_topic.State != QLatin1String("complete");
+    m_view->setCompleteChecked(nowComplete);
+    if (nowComplete) {
+        m_topic.State = QStringLiteral("complete");
+        node->Image = treeimg::Complete;
+        node->SelectedImage = treeimg::CompleteSel;
+        setPanel(2, QStringLiteral("locked"), treeimg::Anchor);
+        m_surface.setBrowseMode(true);
+        readOnlyState();
+        copyFindState();
+        completeTopicState();
+    } else {
+        m_topic.State = QStringLiteral("uncomplete");
+        node->Image = treeimg::Topic;
+        node->SelectedImage = treeimg::TopicSel;
+        setPanel(2, QString(), 0);
+        m_surface.setBrowseMode(false);
+        editState();
+    }
+    m_tree.Changed(node);
+}
