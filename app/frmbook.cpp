@@ -72,13 +72,17 @@ frmBook::frmBook(MsgBox* box, QWidget* parent) : QDialog(parent)
     fields->addRow(QStringLiteral("&Title:"), txtTitle);
     fields->addRow(QStringLiteral("&Author:"), txtAuthor);
     fields->addRow(QStringLiteral("&Version:"), txtVersion);
-    fields->addRow(QStringLiteral("&Date:"), txtDate);
-    fields->addRow(QStringLiteral("T&ime:"), txtTime);
+    fields->addRow(QStringLiteral("Dat&e:"), txtDate);
+    fields->addRow(QStringLiteral("Ti&me:"), txtTime);
     auto* mainRow = new QHBoxLayout;
     mainRow->addWidget(cmbMainLang, 1);
-    mainRow->addWidget(new QLabel(QStringLiteral("Abbreviation:"), this));
+    auto* abbrevLabel = new QLabel(QStringLiteral("A&bbreviation:"), this);
+    abbrevLabel->setBuddy(txtMainAbbrev);
+    mainRow->addWidget(abbrevLabel);
     mainRow->addWidget(txtMainAbbrev);
-    fields->addRow(QStringLiteral("&Main language:"), mainRow);
+    auto* mainLabel = new QLabel(QStringLiteral("Main &language:"), this);
+    mainLabel->setBuddy(cmbMainLang);
+    fields->addRow(mainLabel, mainRow);
 
     frmLangs = new QGroupBox(QStringLiteral("Other languages"), this);
     frmLangs->setObjectName(QStringLiteral("frmLangs"));
@@ -90,6 +94,8 @@ frmBook::frmBook(MsgBox* box, QWidget* parent) : QDialog(parent)
     lstAbrev = new QListWidget(frmLangs);
     lstAbrev->setObjectName(QStringLiteral("lstAbrev"));
     lstAbrev->setMaximumWidth(70);
+    lstName->setFixedHeight(110);
+    lstAbrev->setFixedHeight(110);
     cmdAdd = button(frmLangs, "cmdAdd", QStringLiteral("A&dd"));
     cmdRemove = button(frmLangs, "cmdRemove", QStringLiteral("&Remove"));
 

@@ -19,6 +19,7 @@ namespace {
 // A console message with this text is the agent's "display changed" note;
 // the console is the one channel from the page that needs no extra module.
 const QString kDisplayNote = QStringLiteral("\x01quillary:display");
+const QString kLinkNote = QStringLiteral("\x01quillary:link:");
 
 // The agent. Idempotent: it is injected at document ready and run again
 // after each load, in case the injection came too late.
@@ -27,10 +28,11 @@ const char* const kAgent = R"JS(
   if (window.__q) return;
   var q = window.__q = { dirty: false, gen: 0, editable: true, body: null, observer: null, noted: false };
 
+  // One note per task: timers do not run while page script is off, microtasks do.
   function note() {
     if (q.noted) return;
     q.noted = true;
-    setTimeout(function () { q.noted = false; console.debug('\u0001quillary:display'); }, 0);
+    queueMicrotask(function () { q.noted = false; console.debug('\u0001quillary:display'); });
   }
   function touch() { q.dirty = true; q.gen++; note(); }
   // The editable switch itself is no change of content.
@@ -107,6 +109,13 @@ const char* const kAgent = R"JS(
     return d.innerHTML;
   };
 
+  // Links never leave the page; in browse mode the owner hears of the click.
+  document.addEventListener('click', function (e) {
+    var a = e.target && e.target.closest ? e.target.closest('a[href]') : null;
+    if (!a) return;
+    e.preventDefault();
+    if (!q.editable) console.debug('\u0001quillary:link:' + a.getAttribute('href'));
+  }, true);
   document.addEventListener('input', touch, true);
   document.addEventListener('selectionchange', note);
   document.addEventListener('keyup', note, true);
@@ -145,16 +154,13 @@ public:
     }
 
 protected:
-    bool acceptNavigationRequest(const QUrl& url, NavigationType type, bool isMainFrame) override
+    bool acceptNavigationRequest(const QUrl&, NavigationType, bool isMainFrame) override
     {
         if (!isMainFrame)
             return false;
         if (m_surface && m_surface->m_ownLoad)
             return true;
-        // A click on a link, a dropped file, back or reload would replace
-        // the topic on the page.
-        if (type == NavigationTypeLinkClicked && m_surface)
-            emit m_surface->linkClicked(url);
+        // A link, a dropped file, back or reload would replace the topic.
         return false;
     }
 
@@ -443,6 +449,8 @@ void WebSurface::pageMessage(const QString& message)
 {
     if (message == kDisplayNote)
         emit displayChanged();
+    else if (message.startsWith(kLinkNote))
+        emit linkClicked(message.mid(kLinkNote.size()));
 }
 
 void WebSurface::undo()
@@ -510,6 +518,11 @@ int WebSurface::find(const QString& text, QWebEnginePage::FindFlags flags)
         QEventLoop loop;
     };
     auto answer = std::make_shared<Answer>();
+    // The same text again would only go on with the last search and its
+    // flags; a new search starts from a cleared one.
+    if (flags != m_findFlags)
+        page()->findText(QString());
+    m_findFlags = flags;
     page()->findText(text, flags, [answer](const QWebEngineFindTextResult& r) {
         answer->matches = r.numberOfMatches();
         answer->done = true;

@@ -70,8 +70,9 @@ public:
 signals:
     // The selection or the content changed (throttled by the page).
     void displayChanged();
-    // A link was clicked in browse mode; the page itself does not navigate.
-    void linkClicked(const QUrl& url);
+    // A link was clicked in browse mode: its href as written. The page
+    // itself never follows links.
+    void linkClicked(const QString& href);
 
 private:
     friend class SurfacePage;
@@ -91,4 +92,5 @@ private:
     bool m_lastOk = true;
     int m_loadTimeout = 20000;
     int m_scriptTimeout = 10000;
+    QWebEnginePage::FindFlags m_findFlags;
 };
