@@ -1,0 +1,175 @@
+// Opening a large book and saving one topic, against plain tools on the same
+// files; and the peak memory of opening.
+//   bench_session [PROJECT.qly]   (default: a generated 20 x 500 x 2 book)
+#include "booktree.h"
+#include "cproject.h"
+#include "generator.h"
+#include "language.h"
+#include "msgbox.h"
+#include "session.h"
+#include "surface.h"
+#include "treeview.h"
+#include "xmlsafety.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFileInfo>
+#include <QProcess>
+#include <QTemporaryDir>
+
+#include <algorithm>
+#include <cstdio>
+#include <functional>
+#include <spawn.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <vector>
+
+extern char** environ;
+
+namespace {
+double median(std::vector<double> v)
+{
+    std::sort(v.begin(), v.end());
+    return v[v.size() / 2];
+}
+
+double timeIt(const std::function<void()>& fn, int runs = 5)
+{
+    std::vector<double> t;
+    for (int i = 0; i < runs; ++i) {
+        QElapsedTimer timer;
+        timer.start();
+        fn();
+        t.push_back(timer.nsecsElapsed() / 1e6);
+    }
+    return median(t);
+}
+
+void run(const QString& program, const QStringList& args)
+{
+    QProcess p;
+    p.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    p.setStandardOutputFile(QProcess::nullDevice());
+    p.start(program, args);
+    p.waitForFinished(-1);
+}
+
+// Peak resident memory in kB of a child that runs this program with args.
+long childPeakKb(const QStringList& args)
+{
+    QByteArray self = QCoreApplication::applicationFilePath().toLocal8Bit();
+    std::vector<QByteArray> store{self};
+    for (const QString& a : args)
+        store.push_back(a.toLocal8Bit());
+    std::vector<char*> argv;
+    for (auto& s : store)
+        argv.push_back(s.data());
+    argv.push_back(nullptr);
+    pid_t pid;
+    if (posix_spawn(&pid, self.constData(), nullptr, nullptr, argv.data(), environ) != 0)
+        return -1;
+    int status = 0;
+    struct rusage ru {};
+    wait4(pid, &status, 0, &ru);
+    return ru.ru_maxrss;
+}
+
+void openOnly(const QString& project)
+{
+    ScriptedMsgBox box;
+    cProject p(box);
+    p.Load(project);
+    setCurrentLanguage(p.GetMainLangAbbrev());
+    BookTree tree;
+    buildBookTree(p, tree, box);
+    std::printf("%d nodes\n", tree.Count());
+}
+}
+
+int main(int argc, char** argv)
+{
+    QCoreApplication app(argc, argv);
+    xmlsafe::init();
+    QStringList args = app.arguments();
+    if (args.size() == 3 && args[1] == QLatin1String("--open-only")) {
+        openOnly(args[2]);
+        return 0;
+    }
+
+    QTemporaryDir tmp;
+    QString project;
+    if (args.size() > 1) {
+        project = QFileInfo(args[1]).absoluteFilePath();
+    } else {
+        std::printf("Generating 20 chapters x 500 topics x 2 languages...\n");
+        std::fflush(stdout);
+        project = generateProject(tmp.path(), QStringLiteral("big"), GeneratorOptions{});
+    }
+    ScriptedMsgBox box;
+    cProject p(box);
+    if (!p.Load(project))
+        return 1;
+    setCurrentLanguage(p.GetMainLangAbbrev());
+    const QString book = p.getBookFile();
+    qint64 total = 0, largest = 0;
+    QString largestFile;
+    for (const QString& f : p.chapterFileList()) {
+        qint64 s = QFileInfo(f).size();
+        total += s;
+        if (s > largest) {
+            largest = s;
+            largestFile = f;
+        }
+    }
+    std::printf("Book: %lld chapter bytes, largest chapter %lld bytes\n", total, largest);
+
+    // Opening.
+    int nodes = 0;
+    double ours = timeIt([&] {
+        BookTree tree;
+        buildBookTree(p, tree, box);
+        nodes = tree.Count();
+    });
+    double lint = timeIt([&] { run(QStringLiteral("xmllint"), {"--stream", "--noout", "--noent", book}); });
+    std::printf("Open (buildTree, %d nodes): %.1f ms; xmllint --stream: %.1f ms; ratio %.2f (target <= 1.5)\n", nodes,
+                ours, lint, ours / lint);
+
+    // Saving one topic in the middle of the largest chapter.
+    FakeSurface surface;
+    Session session(box, surface);
+    box.setDefault(MsgAnswer::Yes);
+    session.startUp(QString());
+    session.openProject(project);
+    NodePtr target;
+    QString chapterTitle = p.chapters()[size_t(p.chapterFileList().indexOf(largestFile))].title;
+    session.tree().forEach([&](const NodePtr& n, int) {
+        if (!target && n->Tag == QLatin1String("topic") && n->FullPath().section(QLatin1Char('\\'), 1, 1) == chapterTitle &&
+            n->Index() > 10)
+            target = n;
+    });
+    session.clickOnTopic(target);
+    int round = 0;
+    double save = timeIt([&] {
+        surface.userEdit(QStringLiteral("<h1>") + target->Text + QStringLiteral("</h1><p>Edited text, round %1.</p>").arg(++round));
+        session.mnuSave();
+    });
+    QString copy = tmp.path() + QStringLiteral("/copy.xml");
+    double plain = timeIt([&] {
+        run(QStringLiteral("cp"), {largestFile, copy});
+        run(QStringLiteral("xmllint"), {"--stream", "--noout", largestFile});
+    });
+    std::printf("Save one topic (extract, merge, rewrite): %.1f ms; cp + one parse: %.1f ms; ratio %.2f (target <= 3)\n",
+                save, plain, save / plain);
+    if (!box.texts().isEmpty())
+        std::printf("Boxes shown: %s\n", box.texts().join(QStringLiteral(" | ")).toUtf8().constData());
+    session.closeProject();
+
+    // Peak memory of opening, in a process of its own.
+    long peak = childPeakKb({QStringLiteral("--open-only"), project});
+    double limit = (2.0 * largest) / 1024.0 + 50 * 1024.0;
+    std::printf("Peak memory of opening: %.1f MB; limit 2 x largest chapter + 50 MB = %.1f MB (%s)\n", peak / 1024.0,
+                limit / 1024.0, peak < limit ? "within" : "ABOVE");
+    return 0;
+}

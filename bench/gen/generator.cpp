@@ -1,0 +1,174 @@
+#include "generator.h"
+
+#include "fileio.h"
+
+#include <QDir>
+
+#include <random>
+
+namespace {
+const char* const kWords[] = {
+    "the", "window", "shows", "a", "list", "of", "projects", "and", "each", "entry", "opens", "its", "book",
+    "chapter", "topic", "select", "menu", "press", "button", "to", "save", "changes", "before", "closing",
+    "program", "settings", "are", "kept", "in", "file", "language", "translation", "export", "import",
+    "image", "table", "column", "row", "keyword", "index", "link", "anchor", "note", "warning", "help",
+    "output", "print", "online", "version", "author", "title", "text", "paragraph", "field", "value"};
+
+struct Writer {
+    std::mt19937 rng;
+    int anchor = 0;
+    int topic = 0;
+    int sub = 0;
+
+    QString words(int n)
+    {
+        QString s;
+        for (int i = 0; i < n; ++i) {
+            if (i)
+                s += QLatin1Char(' ');
+            s += QString::fromLatin1(kWords[rng() % (sizeof(kWords) / sizeof(kWords[0]))]);
+        }
+        return s;
+    }
+    QString sentence(int n)
+    {
+        QString s = words(n);
+        if (!s.isEmpty())
+            s[0] = s[0].toUpper();
+        return s + QLatin1Char('.');
+    }
+
+    QString body(const QString& lang, int topicNo)
+    {
+        QString b;
+        b += QStringLiteral("<index><primary>") + words(1) + QStringLiteral("</primary><secondary>") + words(2) +
+             QStringLiteral("</secondary></index>");
+        b += QStringLiteral("<p>") + sentence(14) + QStringLiteral(" ") + sentence(10) + QStringLiteral("</p>");
+        b += QStringLiteral("<p><title>") + words(3) + QStringLiteral("</title>") + sentence(8) + QStringLiteral(" <sign>") +
+             words(2) + QStringLiteral("</sign> ") + sentence(6) + QStringLiteral(" See <link ref=\"topic") +
+             QString::number(std::max(1, topicNo - 1)) + QStringLiteral("\"></link>.</p>");
+        b += QStringLiteral("<p>") + sentence(12) + QStringLiteral("<anchor id=\"anchor") + QString::number(++anchor) +
+             QStringLiteral("\" name=\"") + words(1) + QStringLiteral("\"></anchor> &amp; ") + sentence(5) +
+             QStringLiteral(" <link ref=\"https://www.example.org/") + words(1) + QStringLiteral("\" weblabel=\"") +
+             words(2) + QStringLiteral("\"></link></p>");
+        if (topicNo % 3 == 0)
+            b += QStringLiteral("<image file=\"img\\") + lang + QStringLiteral("\\shot") + QString::number(topicNo % 7) +
+                 QStringLiteral(".png\" format=\"png\" scale=\"100\">") + words(3) + QStringLiteral("</image>");
+        b += QStringLiteral("<notice><title>") + words(1) + QStringLiteral("</title><p>") + sentence(9) +
+             QStringLiteral("</p></notice>");
+        b += QStringLiteral("<list format=\"") + (topicNo % 2 ? QStringLiteral("bullet") : QStringLiteral("number")) +
+             QStringLiteral("\"><item>") + sentence(5) + QStringLiteral("</item><item>") + sentence(6) +
+             QStringLiteral("</item><item><sign>") + words(2) + QStringLiteral("</sign> ") + words(3) +
+             QStringLiteral("</item></list>");
+        if (topicNo % 4 == 0) {
+            b += QStringLiteral("<table border=\"all\" colnumber=\"3\"><header><cell>") + words(1) +
+                 QStringLiteral("</cell><cell>") + words(1) + QStringLiteral("</cell><cell>") + words(1) +
+                 QStringLiteral("</cell></header>");
+            for (int r = 0; r < 3; ++r)
+                b += QStringLiteral("<row><cell align=\"left\">") + words(2) + QStringLiteral("</cell><cell>") + words(4) +
+                     QStringLiteral("</cell><cell>") + sentence(6) + QStringLiteral("</cell></row>");
+            b += QStringLiteral("<col width=\"1*\"></col><col width=\"2*\"></col><col width=\"5*\"></col><title>") + words(2) +
+                 QStringLiteral("</title></table>");
+        }
+        b += QStringLiteral("<p>") + sentence(16) + QStringLiteral("</p>");
+        return b;
+    }
+
+    QString topicXml(const QStringList& langs, const QString& stamp)
+    {
+        int no = ++topic;
+        QString title = words(3) + QLatin1Char(' ') + QString::number(no);
+        QString s = QStringLiteral("<topic id=\"topic") + QString::number(no) + QStringLiteral("\">");
+        for (const QString& l : langs)
+            s += QStringLiteral("<title lang=\"") + l + QStringLiteral("\" state=\"") +
+                 (no % 5 ? QStringLiteral("uncomplete") : QStringLiteral("complete")) + QStringLiteral("\" stamp=\"") +
+                 stamp + QStringLiteral("\">") + title + QStringLiteral("</title>");
+        for (const QString& l : langs)
+            s += QStringLiteral("<onelang lang=\"") + l + QStringLiteral("\">") + body(l, no) + QStringLiteral("</onelang>");
+        return s + QStringLiteral("</topic>");
+    }
+};
+}
+
+QStringList generatorLanguages(int count)
+{
+    const QStringList all{"en", "de", "fr", "es", "it", "nl", "sv", "pl"};
+    return all.mid(0, std::clamp(count, 1, int(all.size())));
+}
+
+QString generateProject(const QString& dir, const QString& name, const GeneratorOptions& o)
+{
+    const QStringList langs = generatorLanguages(o.languages);
+    const QString folder = dir + QLatin1Char('/') + name + QLatin1Char('/');
+    QDir().mkpath(folder + QStringLiteral("img"));
+    for (const QString& l : langs)
+        QDir().mkpath(folder + QStringLiteral("img/") + l);
+    Writer w{std::mt19937(o.seed)};
+    const QString stamp = QStringLiteral("11/21/26 10:00");
+
+    QString entities, refs, chapters;
+    for (int c = 1; c <= o.chapters; ++c) {
+        QString ctitle = QStringLiteral("Chapter %1 ").arg(c) + w.words(2);
+        QString s = QStringLiteral("<chapter>");
+        for (const QString& l : langs)
+            s += QStringLiteral("<title lang=\"") + l + QStringLiteral("\">") + ctitle + QStringLiteral("</title>");
+        int open = 0;
+        for (int t = 0; t < o.topicsPerChapter; ++t) {
+            if (o.topicsPerSub > 0 && t > 0 && t % o.topicsPerSub == 0) {
+                // Open a subchapter; every other one nests inside the previous.
+                if (open > 0 && (t / o.topicsPerSub) % 2 == 1) {
+                    s += QStringLiteral("</subchapter>");
+                    --open;
+                }
+                QString stitle = QStringLiteral("Part %1 ").arg(++w.sub) + w.words(2);
+                s += QStringLiteral("<subchapter id=\"sub") + QString::number(w.sub) + QStringLiteral("\">");
+                for (const QString& l : langs)
+                    s += QStringLiteral("<title lang=\"") + l + QStringLiteral("\">") + stitle + QStringLiteral("</title>");
+                ++open;
+            }
+            s += w.topicXml(langs, stamp);
+        }
+        while (open-- > 0)
+            s += QStringLiteral("</subchapter>");
+        s += QStringLiteral("</chapter>");
+        fileio::writeUtf16Line(folder + QStringLiteral("chapter%1.xml").arg(c), s);
+        entities += QStringLiteral("<!ENTITY chapter%1 SYSTEM \"chapter%1.xml\">").arg(c);
+        refs += QStringLiteral("&chapter%1;").arg(c);
+        chapters += QStringLiteral("<chapter><title>") + ctitle + QStringLiteral("</title><id>chapter%1</id><file>chapter%1.xml</file></chapter>").arg(c);
+    }
+    QString book = QStringLiteral(
+        "<?xml version=\"1.0\"?><!DOCTYPE book [<!ELEMENT book (title*,author,version,date,time)>"
+        "<!ELEMENT title (#PCDATA)><!ELEMENT author (#PCDATA)><!ELEMENT version (#PCDATA)>"
+        "<!ELEMENT date (#PCDATA)><!ELEMENT time (#PCDATA)><!ATTLIST title lang CDATA #REQUIRED>") +
+                   entities + QStringLiteral("]><book>");
+    for (const QString& l : langs)
+        book += QStringLiteral("<title lang=\"") + l + QStringLiteral("\">Generated Manual</title>");
+    book += QStringLiteral("<author>Generator</author><version>1.0</version><date>11/21/26</date><time>10:00</time>") + refs +
+            QStringLiteral("</book>");
+    fileio::writeUtf16Line(folder + QStringLiteral("book.xml"), book);
+
+    QString project = QStringLiteral(
+        "<?xml version=\"1.0\"?><!DOCTYPE project [<!ELEMENT project (version, files, "
+        "languages,topicid,subchapterid,chapterid,anchorid,lock?)><!ELEMENT version (#PCDATA)>"
+        "<!ELEMENT files (book, chapter*)><!ELEMENT book (#PCDATA)><!ELEMENT chapter (title, id, file)>"
+        "<!ELEMENT title (#PCDATA)><!ELEMENT id (#PCDATA)><!ELEMENT file (#PCDATA)>"
+        "<!ELEMENT languages (main, language*)><!ELEMENT main (name, abrev)><!ELEMENT name (#PCDATA)>"
+        "<!ELEMENT abrev (#PCDATA)><!ELEMENT language (name, abrev)><!ELEMENT topicid (#PCDATA)>"
+        "<!ELEMENT subchapterid (#PCDATA)><!ELEMENT chapterid (#PCDATA)><!ELEMENT anchorid (#PCDATA)>"
+        "<!ELEMENT lock (id, stamp, description)><!ELEMENT stamp (#PCDATA)>"
+        "<!ELEMENT description (#PCDATA)>]><project><version>1.0</version><files><book>book.xml</book>") +
+                      chapters + QStringLiteral("</files><languages><main><name>Lang ") + langs[0] +
+                      QStringLiteral("</name><abrev>") + langs[0] + QStringLiteral("</abrev></main>");
+    for (int i = 1; i < langs.size(); ++i)
+        project += QStringLiteral("<language><name>Lang ") + langs[i] + QStringLiteral("</name><abrev>") + langs[i] +
+                   QStringLiteral("</abrev></language>");
+    project += QStringLiteral("</languages><topicid>%1</topicid><subchapterid>%2</subchapterid><chapterid>%3</chapterid>"
+                              "<anchorid>%4</anchorid></project>")
+                   .arg(w.topic)
+                   .arg(w.sub)
+                   .arg(o.chapters)
+                   .arg(w.anchor);
+    const QString file = dir + QLatin1Char('/') + name + QStringLiteral(".qly");
+    fileio::writeUtf16Line(file, project);
+    return file;
+}
