@@ -307,7 +307,8 @@ void cHTMLDoc::cellRule(xmlNode* td, ConversionSink& target)
     walkHTML(td, target);
     target.SendElem(ev::CellEnd);
     if (m_state.rowCounter >= 1) {
-        // Header cells count for nothing; a row longer than the first has no column.
+        // Header cells before the first row count for nothing; a row longer
+        // than the first has no column.
         if (size_t(m_state.cellCounter) > m_state.columnLengths.size())
             throw ConversionFailure("Subscript out of range");
         m_state.columnLengths[size_t(m_state.cellCounter) - 1].Value += m_state.textLength;

@@ -50,10 +50,20 @@ QString serializeElement(xmlNode* element)
 {
     if (!element)
         return {};
+    // Without a document encoding libxml2 writes characters beyond ASCII in
+    // attribute values as character references; the files keep them as text.
+    xmlDoc* doc = element->doc;
+    const xmlChar* encoding = doc ? doc->encoding : nullptr;
+    if (doc && !encoding)
+        doc->encoding = xmlStrdup(X("UTF-8"));
     xmlBufferPtr buf = xmlBufferCreate();
     xmlSaveCtxtPtr ctxt = xmlSaveToBuffer(buf, "UTF-8", XML_SAVE_NO_EMPTY | XML_SAVE_NO_DECL);
     xmlSaveTree(ctxt, element);
     xmlSaveClose(ctxt);
+    if (doc && !encoding) {
+        xmlFree(const_cast<xmlChar*>(doc->encoding));
+        doc->encoding = nullptr;
+    }
     QString s = QString::fromUtf8(reinterpret_cast<const char*>(xmlBufferContent(buf)),
                                   xmlBufferLength(buf));
     xmlBufferFree(buf);
