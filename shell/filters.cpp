@@ -22,16 +22,7 @@ void cSAXTopicExtractor::startElement(std::string_view name, const sax::Attrs& a
     }
     if (name == m_cut)
         ++m_depth;
-    m_out += '<';
-    m_out += name;
-    for (const auto& a : attrs) {
-        m_out += ' ';
-        m_out += a.name;
-        m_out += "=\"";
-        mCommon::escapeXMLAttributeTo(m_out, a.value);
-        m_out += '"';
-    }
-    m_out += '>';
+    appendStartTag(m_out, name, attrs);
 }
 
 void cSAXTopicExtractor::endElement(std::string_view name)

@@ -144,6 +144,7 @@ private:
     bool rewriteChapter(const QString& chapterTitle, RewriteFilter& filter);
     void chooseSelectionAfterRemoving(const NodePtr& node, bool forTopic);
     bool moveElement(const NodePtr& source, const NodePtr& target, bool into);
+    void renameChapter(bool topLevel);
     bool askTitle(const QString& caption, const QString& label, const QString& button, QString& text);
     QString newTopicText(const QString& id, const QString& title);
     QString extract(const QString& file, const QString& element, const QString& id);

@@ -215,33 +215,16 @@ void Session::mnuChapterProperties()
 
 void Session::editSubchapterProperties()
 {
-    NodePtr ch = selectedChapter();
-    if (!ch || isLocked())
-        return;
-    QString title = ch->Text;
-    if (!askTitle(QStringLiteral("Chapter Title"), QStringLiteral("Chapter title"), QStringLiteral("OK"), title))
-        return;
-    if (title.isEmpty() || title == ch->Text)
-        return;
-    if (titleExists(ch, title)) {
-        m_box.exclamation(QStringLiteral("Chapter with same name already exists! Chapter can not be renamed!"));
-        return;
-    }
-    if (!mCommon::checkFreeSpace(m_project.GetProjectFile(), m_box))
-        return;
-    cSAXFileChangeChapterUpdate f;
-    f.Action = 10;
-    f.SubID = ch->Key;
-    f.xmlIn = title;
-    f.CutElement = QStringLiteral("subchapter");
-    if (!rewriteChapter(mCommon::getChapterFromPath(ch->FullPath()), f))
-        return;
-    ch->Text = title;
-    m_tree.Changed(ch);
-    clickOnTopic(ch);
+    renameChapter(false);
 }
 
 void Session::editChapterProperties()
+{
+    renameChapter(true);
+}
+
+// Renames a chapter (top-level) or subchapter in the current language.
+void Session::renameChapter(bool topLevel)
 {
     NodePtr ch = selectedChapter();
     if (!ch || isLocked())
@@ -253,22 +236,28 @@ void Session::editChapterProperties()
     if (title.isEmpty() || title == old)
         return;
     if (titleExists(ch, title)) {
-        m_box.exclamation(QStringLiteral("Chapter with same title already exists! Properties can not be changed!"));
+        m_box.exclamation(topLevel
+                              ? QStringLiteral("Chapter with same title already exists! Properties can not be changed!")
+                              : QStringLiteral("Chapter with same name already exists! Chapter can not be renamed!"));
         return;
     }
     if (!mCommon::checkFreeSpace(m_project.GetProjectFile(), m_box))
         return;
     cSAXFileChangeChapterUpdate f;
-    f.Action = 11;
-    f.SubID.clear();
+    f.Action = topLevel ? 11 : 10;
+    f.SubID = topLevel ? QString() : ch->Key;
     f.xmlIn = title;
-    f.CutElement = QStringLiteral("chapter");
-    if (!rewriteChapter(old, f))
+    f.CutElement = topLevel ? QStringLiteral("chapter") : QStringLiteral("subchapter");
+    if (!rewriteChapter(mCommon::getChapterFromPath(ch->FullPath()), f))
         return;
-    const QString id = m_project.getChapterID(old);
-    const QString file = QFileInfo(m_project.getChapterFile(old)).fileName();
-    m_project.RemoveChapter(old);
-    m_project.InsertChapter(title, id, file);
+    if (topLevel) {
+        // The project file finds a chapter's file by its title: the entry
+        // moves to the end of the list; the book's references keep the order.
+        const QString id = m_project.getChapterID(old);
+        const QString file = QFileInfo(m_project.getChapterFile(old)).fileName();
+        m_project.RemoveChapter(old);
+        m_project.InsertChapter(title, id, file);
+    }
     ch->Text = title;
     m_tree.Changed(ch);
     clickOnTopic(ch);

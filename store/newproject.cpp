@@ -146,19 +146,22 @@ bool checkProjectPath(const QString& path, MsgBox& box)
     return true;
 }
 
+const char* const kProjectFileHead =
+    "<?xml version=\"1.0\"?><!DOCTYPE project [<!ELEMENT project (version, files, "
+    "languages,topicid,subchapterid,chapterid,anchorid,lock?)><!ELEMENT version (#PCDATA)>"
+    "<!ELEMENT files (book, chapter*)><!ELEMENT book (#PCDATA)><!ELEMENT chapter (title, id, file)>"
+    "<!ELEMENT title (#PCDATA)><!ELEMENT id (#PCDATA)><!ELEMENT file (#PCDATA)>"
+    "<!ELEMENT languages (main, language*)><!ELEMENT main (name, abrev)><!ELEMENT name (#PCDATA)>"
+    "<!ELEMENT abrev (#PCDATA)><!ELEMENT language (name, abrev)><!ELEMENT topicid (#PCDATA)>"
+    "<!ELEMENT subchapterid (#PCDATA)><!ELEMENT chapterid (#PCDATA)><!ELEMENT anchorid (#PCDATA)>"
+    "<!ELEMENT lock (id, stamp, description)><!ELEMENT stamp (#PCDATA)>"
+    "<!ELEMENT description (#PCDATA)>]>";
+
 QString newProjectFileText(const cBook& book)
 {
     using mCommon::escapeXML;
-    QString s = QStringLiteral(
-        "<?xml version=\"1.0\"?><!DOCTYPE project [<!ELEMENT project (version, files, "
-        "languages,topicid,subchapterid,chapterid,anchorid,lock?)><!ELEMENT version (#PCDATA)>"
-        "<!ELEMENT files (book, chapter*)><!ELEMENT book (#PCDATA)><!ELEMENT chapter (title, id, file)>"
-        "<!ELEMENT title (#PCDATA)><!ELEMENT id (#PCDATA)><!ELEMENT file (#PCDATA)>"
-        "<!ELEMENT languages (main, language*)><!ELEMENT main (name, abrev)><!ELEMENT name (#PCDATA)>"
-        "<!ELEMENT abrev (#PCDATA)><!ELEMENT language (name, abrev)><!ELEMENT topicid (#PCDATA)>"
-        "<!ELEMENT subchapterid (#PCDATA)><!ELEMENT chapterid (#PCDATA)><!ELEMENT anchorid (#PCDATA)>"
-        "<!ELEMENT lock (id, stamp, description)><!ELEMENT stamp (#PCDATA)>"
-        "<!ELEMENT description (#PCDATA)>]><project><version>1.0</version><files><book>");
+    QString s = QString::fromLatin1(kProjectFileHead) +
+                QStringLiteral("<project><version>1.0</version><files><book>");
     QString bookFile = book.BookFile;
     bookFile.replace(QLatin1Char(' '), QLatin1Char('_'));
     s += escapeXML(bookFile.toLower());

@@ -49,3 +49,6 @@ bool createProjectFiles(const cBook& book, MsgBox& box);
 
 // The texts of a new project file and book file (one line, no line end).
 QString newProjectFileText(const cBook& book);
+
+// The declaration and document type a project file starts with.
+extern const char* const kProjectFileHead;

@@ -25,19 +25,24 @@ void RewriteFilter::skippedEntity(std::string_view name)
     writeEntity(name);
 }
 
+void appendStartTag(std::string& out, std::string_view name, const sax::Attrs& attrs)
+{
+    out += '<';
+    out += name;
+    for (const auto& a : attrs) {
+        out += ' ';
+        out += a.name;
+        out += "=\"";
+        mCommon::escapeXMLAttributeTo(out, a.value);
+        out += '"';
+    }
+    out += '>';
+}
+
 void RewriteFilter::writeStart(std::string_view name, const sax::Attrs& attrs)
 {
     m_buf.clear();
-    m_buf += '<';
-    m_buf += name;
-    for (const auto& a : attrs) {
-        m_buf += ' ';
-        m_buf += a.name;
-        m_buf += "=\"";
-        mCommon::escapeXMLAttributeTo(m_buf, a.value);
-        m_buf += '"';
-    }
-    m_buf += '>';
+    appendStartTag(m_buf, name, attrs);
     writeRaw(m_buf);
 }
 

@@ -8,6 +8,9 @@
 
 class cSAXErrorHandler;
 
+// Appends "<name a="v" ...>" with the values escaped for double quotes.
+void appendStartTag(std::string& out, std::string_view name, const sax::Attrs& attrs);
+
 class RewriteFilter : public sax::Handler {
 public:
     void setOutput(fileio::AtomicUtf16Writer* out) { m_out = out; }

@@ -1,6 +1,7 @@
 #include "generator.h"
 
 #include "fileio.h"
+#include "newproject.h"
 
 #include <QDir>
 
@@ -147,16 +148,8 @@ QString generateProject(const QString& dir, const QString& name, const Generator
             QStringLiteral("</book>");
     fileio::writeUtf16Line(folder + QStringLiteral("book.xml"), book);
 
-    QString project = QStringLiteral(
-        "<?xml version=\"1.0\"?><!DOCTYPE project [<!ELEMENT project (version, files, "
-        "languages,topicid,subchapterid,chapterid,anchorid,lock?)><!ELEMENT version (#PCDATA)>"
-        "<!ELEMENT files (book, chapter*)><!ELEMENT book (#PCDATA)><!ELEMENT chapter (title, id, file)>"
-        "<!ELEMENT title (#PCDATA)><!ELEMENT id (#PCDATA)><!ELEMENT file (#PCDATA)>"
-        "<!ELEMENT languages (main, language*)><!ELEMENT main (name, abrev)><!ELEMENT name (#PCDATA)>"
-        "<!ELEMENT abrev (#PCDATA)><!ELEMENT language (name, abrev)><!ELEMENT topicid (#PCDATA)>"
-        "<!ELEMENT subchapterid (#PCDATA)><!ELEMENT chapterid (#PCDATA)><!ELEMENT anchorid (#PCDATA)>"
-        "<!ELEMENT lock (id, stamp, description)><!ELEMENT stamp (#PCDATA)>"
-        "<!ELEMENT description (#PCDATA)>]><project><version>1.0</version><files><book>book.xml</book>") +
+    QString project = QString::fromLatin1(kProjectFileHead) +
+                      QStringLiteral("<project><version>1.0</version><files><book>book.xml</book>") +
                       chapters + QStringLiteral("</files><languages><main><name>Lang ") + langs[0] +
                       QStringLiteral("</name><abrev>") + langs[0] + QStringLiteral("</abrev></main>");
     for (int i = 1; i < langs.size(); ++i)
