@@ -6,6 +6,7 @@
 
 <xsl:key name="topic" match="topic" use="@id"/>
 <xsl:key name="anchor" match="anchor" use="concat(ancestor::onelang[1]/@lang, ' ', @id)"/>
+<xsl:key name="keywords" match="onelang/index" use="../@lang"/>
 
 <xsl:template match="/">
   <xsl:apply-templates select="book"/>
@@ -49,8 +50,7 @@
       </xsl:if>
     </bookinfo>
     <xsl:apply-templates select="chapter"/>
-    <xsl:if test="chapter//topic[not(ancestor-or-self::*[@output and @output != $out])]
-                  /onelang[@lang = $language]/index">
+    <xsl:if test="key('keywords', $language)[not(ancestor::*[@output and @output != $out])]">
       <!-- Named so that the HTML Help clean-up, which removes ch*.html, finds it. -->
       <index><xsl:processing-instruction name="dbhtml">filename="chindex.html"</xsl:processing-instruction></index>
     </xsl:if>

@@ -129,6 +129,7 @@ Measure measure(const QStringList& argv, const QStringList& env = {})
     for (QByteArray& b : store)
         args.push_back(b.data());
     args.push_back(nullptr);
+    std::fflush(stdout);
     QElapsedTimer t;
     t.start();
     pid_t pid = fork();

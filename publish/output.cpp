@@ -1,0 +1,645 @@
+#include "output.h"
+
+#include "cconfigfile.h"
+#include "cproject.h"
+#include "fileio.h"
+#include "fontconfiguration.h"
+#include "mcommon.h"
+#include "msgbox.h"
+#include "outputlog.h"
+#include "outputproperties.h"
+#include "outputverifier.h"
+#include "paths.h"
+#include "processrunner.h"
+#include "publishpaths.h"
+#include "sax.h"
+#include "csaxerrorhandler.h"
+#include "xsltrunner.h"
+
+#include <QDir>
+#include <QDirIterator>
+#include <QFile>
+#include <QFileInfo>
+
+#include <exception>
+
+namespace {
+
+bool fileExists(const QString& path)
+{
+    QFileInfo fi(path);
+    return fi.exists() && fi.isFile();
+}
+
+void deleteFile(const QString& path)
+{
+    if (QFileInfo::exists(path) || QFileInfo(path).isSymLink()) {
+        QFile::setPermissions(path, QFile::permissions(path) | QFile::WriteOwner);
+        QFile::remove(path);
+    }
+}
+
+QString fileNameOf(const QString& path)
+{
+    int cut = std::max(path.lastIndexOf(QLatin1Char('/')), path.lastIndexOf(QLatin1Char('\\')));
+    return path.mid(cut + 1);
+}
+
+// Parameters for the DocBook passes: the image size extension of this
+// program in place of the Java ones, and no other extension.
+std::vector<std::pair<QString, QString>> docbookParams()
+{
+    return {{"use.extensions", "1"},          {"graphicsize.extension", "1"},
+            {"tablecolumns.extension", "0"},  {"callouts.extension", "0"},
+            {"linenumbering.extension", "0"}, {"textinsert.extension", "0"}};
+}
+
+} // namespace
+
+bool inlineHhpIncludes(const QString& hhpFile)
+{
+    QByteArray data;
+    if (!fileio::readFile(hhpFile, data))
+        return false;
+    const QString folder = QFileInfo(hhpFile).absolutePath();
+    QStringList lines = QString::fromUtf8(data).split(QLatin1Char('\n'));
+    QStringList out;
+    QString section;
+    bool changed = false;
+    for (QString line : lines) {
+        if (line.endsWith(QLatin1Char('\r')))
+            line.chop(1);
+        QString t = line.trimmed();
+        if (t.startsWith(QLatin1Char('[')) && t.endsWith(QLatin1Char(']')))
+            section = t.toUpper();
+        if ((section == QLatin1String("[ALIAS]") || section == QLatin1String("[MAP]")) &&
+            t.startsWith(QLatin1String("#include"), Qt::CaseInsensitive)) {
+            QString name = t.mid(8).trimmed();
+            QString path = QDir(folder).filePath(name);
+            QByteArray inc;
+            // Only files beside the project file are taken in.
+            if (QFileInfo(path).absolutePath() == folder && fileio::readFile(path, inc)) {
+                for (QString l : QString::fromUtf8(inc).split(QLatin1Char('\n'))) {
+                    l = l.trimmed();
+                    if (l.isEmpty())
+                        continue;
+                    if (section == QLatin1String("[MAP]"))
+                        l = l.simplified();
+                    else if (int hash = l.indexOf(QLatin1Char('#')); hash > 0)
+                        l = l.left(hash);
+                    out << l;
+                }
+                changed = true;
+                continue;
+            }
+        }
+        out << line;
+    }
+    if (!changed)
+        return true;
+    return fileio::atomicReplace(hhpFile, out.join(QStringLiteral("\r\n")).toUtf8());
+}
+
+bool removeFolder(const QString& path)
+{
+    QFileInfo fi(path);
+    if (!fi.exists() && !fi.isSymLink())
+        return true;
+    if (fi.isSymLink() || !fi.isDir())
+        return QFile::remove(path);
+    // Files left without write bits are removed too ("with force").
+    QDirIterator it(path, QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
+                    QDirIterator::Subdirectories);
+    while (it.hasNext()) {
+        QString p = it.next();
+        if (!QFileInfo(p).isSymLink())
+            QFile::setPermissions(p, QFile::permissions(p) | QFile::WriteOwner | QFile::ExeOwner);
+    }
+    QFile::setPermissions(path, QFile::permissions(path) | QFile::WriteOwner | QFile::ExeOwner);
+    return QDir(path).removeRecursively();
+}
+
+cOutput::cOutput(cProject& project, cOutputProperties& properties, OutputLog& log, MsgBox& box)
+    : m_project(project), m_props(properties), m_log(log), m_box(box)
+{
+    m_props.ImageFolder = projectFolder() + QStringLiteral("img/") + m_project.GetMainLangAbbrev() +
+                          QLatin1Char('/');
+}
+
+QString cOutput::projectFolder() const
+{
+    return paths::toDisk(m_project.GetProjectFolder());
+}
+
+QString cOutput::tempFolder() const
+{
+    return projectFolder() + QStringLiteral("temp");
+}
+
+QString cOutput::fopProgram()
+{
+    QString fop = findOnPath(QStringLiteral("fop"));
+    return fop.isEmpty() ? QStringLiteral("/usr/bin/fop") : fop;
+}
+
+QStringList cOutput::languageNames() const
+{
+    QStringList names;
+    for (const QString& a : m_project.languageList())
+        names << m_project.getLanguageName(a);
+    return names;
+}
+
+void cOutput::logLine(const QString& text, bool error, bool newLine)
+{
+    m_log.logLine(text, error, newLine);
+}
+
+void cOutput::blank()
+{
+    m_log.blank();
+}
+
+void cOutput::logTail(const QString& output)
+{
+    QString tail = lastLines(output);
+    if (tail.isEmpty())
+        return;
+    for (const QString& l : tail.split(QStringLiteral("\r\n")))
+        logLine(l, true);
+}
+
+void cOutput::showLogView()
+{
+    m_logView = true;
+    m_log.showLogView();
+}
+
+bool cOutput::cmdOK(const QString& languageName, const QString& formatWord, bool keepDocBook)
+{
+    QString abbrev = m_project.getLanguageAbrev(languageName);
+    if (abbrev.isEmpty()) {
+        m_box.exclamation(QStringLiteral("No language is selected!"));
+        return false;
+    }
+    return runOutput(abbrev, formatWord, keepDocBook);
+}
+
+bool cOutput::runOutput(const QString& language, const QString& formatWord, bool keepDocBook)
+{
+    try {
+        if (!mCommon::checkFreeSpace(m_project.GetProjectFile(), m_box))
+            return false;
+        cSAXOutputVerifier verifier;
+        verifier.setLanguage(language);
+        verifyLanguage(verifier, m_project.getBookFile(), projectFolder(), m_box);
+        QString name = m_project.getLanguageName(language);
+        if (verifier.UncompletedTopics() > 0) {
+            if (!m_box.yesNo(name + QStringLiteral(" language includes ") +
+                                 QString::number(verifier.UncompletedTopics()) +
+                                 QStringLiteral(" uncompleted topics! Create output anyway?"),
+                             MsgIcon::Exclamation))
+                return false;
+        }
+        if (!verifier.MissingImages().isEmpty()) {
+            if (!m_box.yesNo(QStringLiteral("Images\r\n\r\n") + verifier.MissingImages() +
+                                 QStringLiteral("\r\nare missing in ") + name +
+                                 QStringLiteral(" language! Create output anyway?"),
+                             MsgIcon::Exclamation))
+                return false;
+        }
+        showLogView();
+        if (formatWord == kHTMLHelp)
+            makeHTMLHelp(language, keepDocBook);
+        else if (formatWord == kPDF)
+            makePDF(language, keepDocBook);
+        else if (formatWord == kHTML)
+            makeHTML(language, keepDocBook);
+        else if (formatWord == kHTMLChunk)
+            makeHTMLFrames(language, keepDocBook);
+        return true;
+    } catch (const std::exception&) {
+        blank();
+        logLine(QStringLiteral("Unexpected error occured! Output may not be created!"), true);
+        enableResultButtons();
+        return true;
+    }
+}
+
+QString cOutput::timeSpent(const QDateTime& start, const QDateTime& end)
+{
+    qint64 seconds = start.secsTo(end);
+    if (seconds < 0)
+        seconds = 0;
+    // The minutes are rounded, not truncated (halves to even): 59 s read 01:59.
+    long long minutes = stylesheet::roundEven(double(seconds) / 60.0);
+    long long rest = seconds % 60;
+    auto two = [](long long v) { return v < 10 ? QStringLiteral("0") + QString::number(v) : QString::number(v); };
+    return two(minutes) + QStringLiteral(":") + two(rest);
+}
+
+QString cOutput::bookBase() const
+{
+    return QFileInfo(paths::toDisk(m_project.getBookFile())).completeBaseName();
+}
+
+QStringList cOutput::readFolders() const
+{
+    return {projectFolder(), paths::programFolder(), stylesheet::docbookFolder()};
+}
+
+bool cOutput::writeStylesheet(const QString& text)
+{
+    return fileio::writeUtf16Line(tempFolder() + QStringLiteral("/quillary_temp.xsl"), text);
+}
+
+bool cOutput::makeDocBook(const QString& language, const QString& out, const QString& cover)
+{
+    QString xsl = publishpaths::quillaryXsl();
+    if (!fileExists(xsl)) {
+        logLine(QStringLiteral("File \"") + xsl +
+                    QStringLiteral("\" is missing! Incorrect installation. Output can not be created!"),
+                true);
+        enableResultButtons();
+        return false;
+    }
+    QByteArray tail;
+    fileio::readFile(xsl, tail);
+    QString text = QStringLiteral("<?xml version=\"1.0\"?><xsl:stylesheet xmlns:xsl="
+                                  "\"http://www.w3.org/1999/XSL/Transform\" version=\"1.0\">"
+                                  "<xsl:output method=\"xml\" encoding=\"utf-8\"/>");
+    text += QStringLiteral("<xsl:variable name=\"language\" select=\"'") + language + QStringLiteral("'\"/>");
+    text += QStringLiteral("<xsl:variable name=\"out\" select=\"'") + out + QStringLiteral("'\"/>");
+    text += QStringLiteral("<xsl:variable name=\"cover.image\" select=\"'") + cover + QStringLiteral("'\"/>");
+    text += QString::fromUtf8(tail);
+
+    QString temp = tempFolder();
+    removeFolder(temp);
+    QDir().mkpath(temp);
+    writeStylesheet(text);
+
+    logLine(QStringLiteral("XSLT: Transforming Quillary XML to DocBook XML..."));
+    XsltJob job;
+    job.stylesheet = temp + QStringLiteral("/quillary_temp.xsl");
+    job.input = paths::toDisk(m_project.getBookFile());
+    job.output = temp + QStringLiteral("/quillary.xml");
+    job.outputBase = temp;
+    job.readFolders = readFolders();
+    job.writeFolders = {temp};
+    job.imageFolder = projectFolder();
+    XsltResult r = runXslt(job);
+
+    if (fileExists(temp + QStringLiteral("/quillary.xml"))) {
+        logLine(QStringLiteral("XSLT: DocBook XML document was created."));
+        deleteFile(temp + QStringLiteral("/quillary_temp.xsl"));
+        return true;
+    }
+    logLine(QStringLiteral("XSLT: DocBook XML document was not created !!!"), true);
+    logTail(r.messages);
+    removeFolder(temp);
+    enableResultButtons();
+    return false;
+}
+
+void cOutput::keepCopy(const QString& language)
+{
+    QString output = projectFolder() + QStringLiteral("output");
+    QDir().mkpath(output);
+    QString target = output + QLatin1Char('/') + bookBase() + QLatin1Char('_') + language + QStringLiteral(".xml");
+    deleteFile(target);
+    QFile::copy(tempFolder() + QStringLiteral("/quillary.xml"), target);
+}
+
+void cOutput::finish(const QDateTime& start)
+{
+    QDateTime end = QDateTime::currentDateTime();
+    blank();
+    logLine(QStringLiteral("Time: ") + timeSpent(start, end));
+    blank();
+    logLine(QStringLiteral("Done."));
+    enableResultButtons();
+}
+
+QString cOutput::coverValue(const QString& language, const QString& cover) const
+{
+    if (cover.isEmpty())
+        return QString();
+    return QStringLiteral("img\\") + language + QLatin1Char('\\') + fileNameOf(cover);
+}
+
+void cOutput::removeHelpSources(const QString& folder)
+{
+    QString f = folder.endsWith(QLatin1Char('/')) ? folder : folder + QLatin1Char('/');
+    for (const char* n : {"alias.h", "context.h", "toc.hhc", "htmlhelp.hhp", "index.hhk", "index.html",
+                          "index-toc.html"})
+        deleteFile(f + QString::fromLatin1(n));
+    const QStringList files = QDir(f).entryList(QDir::Files | QDir::Hidden | QDir::System);
+    for (const QString& name : files) {
+        int dot = name.lastIndexOf(QLatin1Char('.'));
+        if (name.startsWith(QLatin1String("ch")) && dot >= 0 && name.mid(dot + 1) == QLatin1String("html"))
+            deleteFile(f + name);
+    }
+}
+
+void cOutput::makeHTMLHelp(const QString& language, bool keepDocBook)
+{
+    cConfigFile conf(m_box);
+    conf.Load(paths::settingsFile(QStringLiteral("conf.xml")));
+    QString hhc = conf.getHHWFile();
+    if (hhc.isEmpty() || !fileExists(hhc)) {
+        logLine(QStringLiteral("File \"") + hhc +
+                    QStringLiteral("\" doesn't exist! Specify HTML Help compiler placement correctly! "
+                                   "Output may not be created!"),
+                true);
+        enableResultButtons();
+        return;
+    }
+    const QString P = projectFolder();
+    QString result = P + QStringLiteral("output/") + bookBase() + QLatin1Char('_') + language + QStringLiteral(".chm");
+    QDateTime start = QDateTime::currentDateTime();
+    QString out = m_props.GetHHOutput();
+    QString cover = m_props.GetCoverImage(QStringLiteral("HH"));
+    if (!makeDocBook(language, out, cover))
+        return;
+    if (keepDocBook)
+        keepCopy(language);
+    writeStylesheet(m_props.GetHHStylesheet());
+    logLine(QStringLiteral("XSLT: Transforming DocBook XML to HTML Help source files..."));
+    XsltJob job;
+    job.stylesheet = tempFolder() + QStringLiteral("/quillary_temp.xsl");
+    job.input = tempFolder() + QStringLiteral("/quillary.xml");
+    job.outputBase = P;
+    job.readFolders = readFolders();
+    job.writeFolders = {P};
+    job.imageFolder = P;
+    job.params = docbookParams();
+    XsltResult r = runXslt(job);
+    if (!fileExists(P + QStringLiteral("htmlhelp.hhp"))) {
+        logLine(QStringLiteral("XSLT: HTML Help source files were not created!!!"), true);
+        logTail(r.messages);
+        removeHelpSources(P);
+        removeFolder(tempFolder());
+        enableResultButtons();
+        return;
+    }
+    logLine(QStringLiteral("XSLT: HTML Help source files were created."));
+    blank();
+    logLine(QStringLiteral("HH COMPILER: Compiling HTML Help from source files..."));
+    // chmcmd reads the alias and map lines only from the project file itself.
+    inlineHhpIncludes(P + QStringLiteral("htmlhelp.hhp"));
+    ProcessResult pr = waitForProcess(hhc, {P + QStringLiteral("htmlhelp.hhp")}, P);
+    if (!fileExists(P + QStringLiteral("htmlhelp.chm"))) {
+        logLine(QStringLiteral("HH COMPILER: HTML Help was not created!!!"), true);
+        logTail(pr.errorOutput);
+        removeHelpSources(P);
+        removeFolder(tempFolder());
+        enableResultButtons();
+        return;
+    }
+    logLine(QStringLiteral("HH COMPILER: HTML Help was created."));
+    blank();
+    QDir().mkpath(P + QStringLiteral("output"));
+    deleteFile(result);
+    QFile::rename(P + QStringLiteral("htmlhelp.chm"), result);
+    logLine(QStringLiteral("OUTPUT: ") + result);
+    resultFile = result;
+    removeHelpSources(P);
+    removeFolder(tempFolder());
+    finish(start);
+}
+
+void cOutput::makePDF(const QString& language, bool keepDocBook)
+{
+    QString fop = findOnPath(QStringLiteral("fop"));
+    if (fop.isEmpty()) {
+        logLine(QStringLiteral("File \"") + fopProgram() +
+                    QStringLiteral("\" is missing! Incorrect installation. Output may not be created!"),
+                true);
+        enableResultButtons();
+        return;
+    }
+    QString fontConf = publishpaths::fontConfigurationFile();
+    if (!QFileInfo::exists(fontConf)) {
+        m_box.exclamation(QStringLiteral("When you are creating a PDF output for the first time, font metrics files "
+                                         "have to be created in order to use correct character encoding."));
+        logLine(QStringLiteral("Creating font metrics files. It may take a while, please be patient."));
+        makeFontConfiguration(fontConf, m_log);
+        blank();
+    }
+    const QString P = projectFolder();
+    QString result = P + QStringLiteral("output/") + bookBase() + QLatin1Char('_') + language + QStringLiteral(".pdf");
+    QDateTime start = QDateTime::currentDateTime();
+    QString out = m_props.GetPDFOutput();
+    QString cover = m_props.GetCoverImage(QStringLiteral("PDF"));
+    if (!makeDocBook(language, out, cover))
+        return;
+    if (keepDocBook)
+        keepCopy(language);
+    writeStylesheet(m_props.GetPDFStylesheet());
+    logLine(QStringLiteral("XSLT: Transforming DocBook XML to Formatting Objects..."));
+    const QString fo = P + QStringLiteral("quillary.fo");
+    const QString pdf = P + QStringLiteral("quillary.pdf");
+    XsltJob job;
+    job.stylesheet = tempFolder() + QStringLiteral("/quillary_temp.xsl");
+    job.input = tempFolder() + QStringLiteral("/quillary.xml");
+    job.output = fo;
+    job.outputBase = P;
+    job.readFolders = readFolders();
+    job.writeFolders = {P};
+    job.imageFolder = P;
+    // FOP 2 takes the extensions of its own generation; the bookmarks box
+    // decides them as it decides the older ones.
+    job.params = {{"fop.extensions", "0"},
+                  {"fop1.extensions", m_props.check(QStringLiteral("chkBookmarks"), cOutputProperties::kPDF)
+                                          ? QStringLiteral("1")
+                                          : QStringLiteral("0")}};
+    XsltResult r = runXslt(job);
+    removeFolder(tempFolder());
+    if (!fileExists(fo)) {
+        logLine(QStringLiteral("XSLT: Formatting Objects file was not created!!!"), true);
+        logTail(r.messages);
+        enableResultButtons();
+        return;
+    }
+    logLine(QStringLiteral("XSLT: Formatting Objects file was created."));
+    blank();
+    logLine(QStringLiteral("FOP: Rendering Formatting Objects to PDF..."));
+    deleteFile(pdf);
+    ProcessResult pr = waitForProcess(fop, {"-c", fontConf, "-fo", fo, "-pdf", pdf}, P,
+                                      {QStringLiteral("JAVA_ARGS=-Xmx1024m")});
+    deleteFile(fo);
+    if (!fileExists(pdf)) {
+        logLine(QStringLiteral("FOP: PDF document was not created!!!"), true);
+        logTail(pr.errorOutput);
+        enableResultButtons();
+        return;
+    }
+    logLine(QStringLiteral("FOP: PDF document was created."));
+    blank();
+    QDir().mkpath(P + QStringLiteral("output"));
+    deleteFile(result);
+    QFile::rename(pdf, result);
+    logLine(QStringLiteral("OUTPUT: ") + result);
+    resultFile = result;
+    removeFolder(tempFolder());
+    finish(start);
+}
+
+void cOutput::makeHTML(const QString& language, bool keepDocBook)
+{
+    const QString P = projectFolder();
+    QString result = P + QStringLiteral("output/html/") + bookBase() + QLatin1Char('_') + language +
+                     QStringLiteral(".html");
+    QDir().mkpath(P + QStringLiteral("output/html"));
+    deleteFile(result);
+    QDateTime start = QDateTime::currentDateTime();
+    QString coverPath = m_props.GetCoverImage(QStringLiteral("HTML"));
+    QString cover = coverValue(language, coverPath);
+    QString out = m_props.GetHTMLOutput();
+    if (!makeDocBook(language, out, cover))
+        return;
+    if (keepDocBook)
+        keepCopy(language);
+    writeStylesheet(m_props.GetHTMLStylesheet());
+    logLine(QStringLiteral("XSLT: Transforming DocBook XML to HTML file..."));
+    const QString target = tempFolder() + QStringLiteral("/quillary.fo");
+    XsltJob job;
+    job.stylesheet = tempFolder() + QStringLiteral("/quillary_temp.xsl");
+    job.input = tempFolder() + QStringLiteral("/quillary.xml");
+    job.output = target;
+    job.outputBase = tempFolder();
+    job.readFolders = readFolders();
+    job.writeFolders = {tempFolder()};
+    job.imageFolder = P;
+    job.params = docbookParams();
+    XsltResult r = runXslt(job);
+    if (fileExists(target))
+        QFile::rename(target, result);
+    if (fileExists(result)) {
+        logLine(QStringLiteral("XSLT: HTML file was created."));
+        blank();
+        logLine(QStringLiteral("Copying all neccessary images..."));
+        blank();
+        copyImages(tempFolder() + QStringLiteral("/quillary.xml"), QStringLiteral("output/html"), language, coverPath);
+        logLine(QStringLiteral("OUTPUT: ") + result);
+        resultFile = result;
+        removeFolder(tempFolder());
+        finish(start);
+        return;
+    }
+    logLine(QStringLiteral("XSLT: HTML file was not created!!!"), true);
+    logTail(r.messages);
+    removeFolder(tempFolder());
+    enableResultButtons();
+}
+
+void cOutput::makeHTMLFrames(const QString& language, bool keepDocBook)
+{
+    const QString P = projectFolder();
+    QDateTime start = QDateTime::currentDateTime();
+    QString coverPath = m_props.GetCoverImage(QStringLiteral("HTMLFrames"));
+    QString cover = coverValue(language, coverPath);
+    QString out = m_props.GetHTMLFramesOutput();
+    if (!makeDocBook(language, out, cover))
+        return;
+    if (keepDocBook)
+        keepCopy(language);
+    writeStylesheet(m_props.GetHTMLFramesStylesheet());
+    QDir().mkpath(P + QStringLiteral("output"));
+    const QString relative = QStringLiteral("output/html_frames_") + language;
+    const QString folder = P + relative;
+    removeFolder(folder);
+    QDir().mkpath(folder);
+    logLine(QStringLiteral("XSLT: Transforming DocBook XML to HTML files..."));
+    XsltJob job;
+    job.stylesheet = tempFolder() + QStringLiteral("/quillary_temp.xsl");
+    job.input = tempFolder() + QStringLiteral("/quillary.xml");
+    job.outputBase = folder;
+    job.readFolders = readFolders();
+    job.writeFolders = {folder};
+    job.imageFolder = P;
+    job.params = docbookParams();
+    XsltResult r = runXslt(job);
+    if (!fileExists(folder + QStringLiteral("/index.html"))) {
+        logLine(QStringLiteral("XSLT: HTML files were not created!!!"), true);
+        logTail(r.messages);
+        removeFolder(folder);
+        removeFolder(tempFolder());
+        enableResultButtons();
+        return;
+    }
+    logLine(QStringLiteral("XSLT: HTML files were created."));
+    blank();
+    logLine(QStringLiteral("Copying all neccessary images..."));
+    blank();
+    copyImages(tempFolder() + QStringLiteral("/quillary.xml"), relative, language, coverPath);
+    QDir().mkpath(folder + QStringLiteral("/img"));
+    for (const char* gif : {"chapter_c.gif", "chapter_e.gif", "topic.gif"}) {
+        QString source = publishpaths::webhelpImage(QString::fromLatin1(gif));
+        QString target = folder + QStringLiteral("/img/") + QString::fromLatin1(gif);
+        if (fileExists(source)) {
+            deleteFile(target);
+            QFile::copy(source, target);
+        } else {
+            logLine(QStringLiteral("Image \"") + source + QStringLiteral("\" is missing! Incorrect installation."), true);
+        }
+    }
+    QString index = folder + QStringLiteral("/index.html");
+    logLine(QStringLiteral("OUTPUT: ") + index);
+    resultFile = index;
+    removeFolder(tempFolder());
+    finish(start);
+}
+
+void cOutput::copyImages(const QString& docBookFile, const QString& outputFolder, const QString& language,
+                         const QString& cover)
+{
+    try {
+        const QString P = projectFolder();
+        cSAXImageLister lister;
+        lister.setProjectFolder(P);
+        if (!docBookFile.isEmpty()) {
+            cSAXErrorHandler errors(m_box);
+            sax::Reader reader(lister);
+            reader.setErrorHandler(&errors);
+            reader.setExpandExternalEntities(true);
+            reader.setAllowedFolders({P});
+            reader.parseFile(docBookFile);
+        }
+        const QStringList images = lister.AllImages().split(QStringLiteral("\r\n"));
+        const QString imgFolder = P + outputFolder + QStringLiteral("/img");
+        QDir().mkpath(imgFolder);
+        const QString L = imgFolder + QLatin1Char('/') + language;
+        if (QFileInfo::exists(L))
+            if (!removeFolder(L))
+                throw std::runtime_error("language image folder");
+        if (!QDir().mkpath(L))
+            throw std::runtime_error("language image folder");
+        const QString A = QStringLiteral("/img/") + language;
+        const QString B = QLatin1Char('/') + outputFolder + QStringLiteral("/img/") + language;
+        for (const QString& source : images) {
+            if (!fileExists(source))
+                continue;
+            QString target = source;
+            target.replace(A, B);
+            // An image outside the language folders would be its own target.
+            if (QFileInfo(target).absoluteFilePath() == QFileInfo(source).absoluteFilePath())
+                continue;
+            QDir().mkpath(QFileInfo(target).absolutePath());
+            deleteFile(target);
+            if (!QFile::copy(source, target))
+                throw std::runtime_error("copy");
+        }
+        if (!cover.isEmpty()) {
+            QString coverDisk = paths::toDisk(cover);
+            if (fileExists(coverDisk)) {
+                QString target = L + QLatin1Char('/') + fileNameOf(cover);
+                deleteFile(target);
+                if (!QFile::copy(coverDisk, target))
+                    throw std::runtime_error("copy");
+            }
+        }
+    } catch (const std::exception&) {
+        logLine(QStringLiteral("Error while copying images!"), true);
+    }
+}

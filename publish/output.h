@@ -1,0 +1,84 @@
+#pragma once
+// The output driver: the model behind the dialog frmOutput. One object serves
+// one run: preflight of a language, the DocBook pass and the pipeline of the
+// chosen format, all reported through the log.
+#include <QDateTime>
+#include <QString>
+#include <QStringList>
+
+#include <functional>
+
+class cProject;
+class cOutputProperties;
+class OutputLog;
+class MsgBox;
+
+class cOutput {
+public:
+    cOutput(cProject& project, cOutputProperties& properties, OutputLog& log, MsgBox& box);
+
+    // Format words.
+    static inline const QString kHTMLHelp = QStringLiteral("htmlhelp");
+    static inline const QString kPDF = QStringLiteral("pdf");
+    static inline const QString kHTML = QStringLiteral("html");
+    static inline const QString kHTMLChunk = QStringLiteral("htmlchunk");
+
+    // The names for cmbLanguages: the main language first.
+    QStringList languageNames() const;
+    // cmdOK of the choice view. False when the dialog stays in the choice view.
+    bool cmdOK(const QString& languageName, const QString& formatWord, bool keepDocBook);
+    // Preflight and dispatch. False when the run ended before the log view.
+    bool runOutput(const QString& language, const QString& formatWord, bool keepDocBook);
+
+    bool makeDocBook(const QString& language, const QString& out, const QString& cover);
+    void makeHTMLHelp(const QString& language, bool keepDocBook);
+    void makePDF(const QString& language, bool keepDocBook);
+    void makeHTML(const QString& language, bool keepDocBook);
+    void makeHTMLFrames(const QString& language, bool keepDocBook);
+
+    static void removeHelpSources(const QString& folder);
+    // outputFolder is relative to the project folder ("output/html").
+    void copyImages(const QString& docBookFile, const QString& outputFolder, const QString& language,
+                    const QString& cover);
+    static QString timeSpent(const QDateTime& start, const QDateTime& end);
+
+    // State of the dialog.
+    QString resultFile;
+    bool logView() const { return m_logView; }
+    bool resultButtonsEnabled() const { return m_resultButtons; }
+
+    // Called by the pipelines; a view listens through the log.
+    void enableResultButtons() { m_resultButtons = true; }
+    void showLogView();
+
+    // The project folder (disk path, closing slash) and its working folder.
+    QString projectFolder() const;
+    QString tempFolder() const;
+
+    // The program that compiles HTML Help and the one that renders PDF.
+    static QString fopProgram();
+
+private:
+    void logLine(const QString& text, bool error = false, bool newLine = true);
+    void blank();
+    void logTail(const QString& output);
+    void finish(const QDateTime& start);
+    bool writeStylesheet(const QString& text);
+    void keepCopy(const QString& language);
+    QString bookBase() const;
+    QString coverValue(const QString& language, const QString& cover) const;
+    QStringList readFolders() const;
+    cProject& m_project;
+    cOutputProperties& m_props;
+    OutputLog& m_log;
+    MsgBox& m_box;
+    bool m_logView = false;
+    bool m_resultButtons = false;
+};
+
+// Takes the files that the [ALIAS] and [MAP] sections of an HTML Help
+// project name by #include into the project file, in the form chmcmd reads.
+bool inlineHhpIncludes(const QString& hhpFile);
+
+// Removes a folder with everything in it; true when it is gone.
+bool removeFolder(const QString& path);

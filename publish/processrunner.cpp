@@ -1,0 +1,72 @@
+#include "processrunner.h"
+
+#include <QCoreApplication>
+#include <QEventLoop>
+#include <QProcess>
+#include <QProcessEnvironment>
+#include <QStandardPaths>
+
+ProcessResult waitForProcess(const QString& program, const QStringList& arguments,
+                             const QString& workingFolder, const QStringList& extraEnvironment)
+{
+    ProcessResult r;
+    QProcess p;
+    p.setProgram(program);
+    p.setArguments(arguments);
+    if (!workingFolder.isEmpty())
+        p.setWorkingDirectory(workingFolder);
+    if (!extraEnvironment.isEmpty()) {
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        for (const QString& kv : extraEnvironment) {
+            int eq = kv.indexOf(QLatin1Char('='));
+            if (eq > 0)
+                env.insert(kv.left(eq), kv.mid(eq + 1));
+        }
+        p.setProcessEnvironment(env);
+    }
+    p.setStandardInputFile(QProcess::nullDevice());
+    p.setProcessChannelMode(QProcess::SeparateChannels);
+    QString errors;
+    QObject::connect(&p, &QProcess::readyReadStandardError, [&] {
+        errors += QString::fromLocal8Bit(p.readAllStandardError());
+        if (errors.size() > 40000)
+            errors = errors.right(20000);
+    });
+    QObject::connect(&p, &QProcess::readyReadStandardOutput, [&] { p.readAllStandardOutput(); });
+    QEventLoop loop;
+    QObject::connect(&p, &QProcess::finished, &loop, &QEventLoop::quit);
+    QObject::connect(&p, &QProcess::errorOccurred, &loop, [&](QProcess::ProcessError e) {
+        if (e == QProcess::FailedToStart)
+            loop.quit();
+    });
+    p.start();
+    if (!p.waitForStarted(-1)) {
+        r.errorOutput = p.errorString();
+        return r;
+    }
+    r.started = true;
+    if (p.state() != QProcess::NotRunning)
+        loop.exec();
+    errors += QString::fromLocal8Bit(p.readAllStandardError());
+    r.errorOutput = errors;
+    return r;
+}
+
+QString lastLines(const QString& text, int count)
+{
+    QStringList lines = text.split(QLatin1Char('\n'));
+    QStringList kept;
+    for (QString l : lines) {
+        l = l.trimmed();
+        if (!l.isEmpty())
+            kept << l;
+    }
+    if (kept.size() > count)
+        kept = kept.mid(kept.size() - count);
+    return kept.join(QStringLiteral("\r\n"));
+}
+
+QString findOnPath(const QString& name)
+{
+    return QStandardPaths::findExecutable(name);
+}

@@ -1,0 +1,21 @@
+#pragma once
+// waitForProcess: an outside program started without a window, with an
+// argument list (no quoting), waited for in an event loop. The exit code
+// decides nothing; the caller tests for the file the program should make.
+#include <QString>
+#include <QStringList>
+
+struct ProcessResult {
+    bool started = false;
+    QString errorOutput; // the tail of what the program wrote to its error output
+};
+
+ProcessResult waitForProcess(const QString& program, const QStringList& arguments,
+                             const QString& workingFolder = {},
+                             const QStringList& extraEnvironment = {});
+
+// The last lines of a program's output, for the log under a failure line.
+QString lastLines(const QString& text, int count = 8);
+
+// A program found on PATH, or "".
+QString findOnPath(const QString& name);

@@ -1,0 +1,341 @@
+#include "xsltrunner.h"
+
+#include "xmlsafety.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QEventLoop>
+#include <QFile>
+#include <QFileInfo>
+#include <QMetaObject>
+#include <QThread>
+#include <QUrl>
+
+#include <libexslt/exslt.h>
+#include <libxml/xpathInternals.h>
+#include <libxslt/extensions.h>
+#include <libxslt/security.h>
+#include <libxslt/transform.h>
+#include <libxslt/xsltInternals.h>
+#include <libxslt/xsltutils.h>
+
+#include <cstdarg>
+#include <memory>
+#include <mutex>
+#include <thread>
+
+namespace {
+
+// The namespace of DocBook XSL's image size extension: with it, scaled
+// images keep their proportions.
+const char* kImageNs = "http://nwalsh.com/xslt/ext/com.nwalsh.saxon.ImageIntrinsics";
+
+thread_local QString* tl_messages = nullptr;
+
+void genericError(void*, const char* msg, ...)
+{
+    if (!tl_messages)
+        return;
+    char buf[2048];
+    va_list ap;
+    va_start(ap, msg);
+    vsnprintf(buf, sizeof buf, msg, ap);
+    va_end(ap);
+    *tl_messages += QString::fromUtf8(buf);
+    // Keep only the tail: the last lines explain a failure.
+    if (tl_messages->size() > 20000)
+        *tl_messages = tl_messages->right(10000);
+}
+
+QString pathOf(const char* value)
+{
+    if (!value)
+        return {};
+    QString v = QString::fromUtf8(value);
+    if (v.startsWith(QStringLiteral("file:"), Qt::CaseInsensitive)) {
+        QUrl u(v);
+        return u.isLocalFile() ? u.toLocalFile() : QString();
+    }
+    if (v.contains(QStringLiteral("://")))
+        return {};
+    return QFileInfo(v).absoluteFilePath();
+}
+
+QString canonicalFolder(const QString& f)
+{
+    QString c = QFileInfo(f).canonicalFilePath();
+    if (c.isEmpty())
+        c = QDir::cleanPath(QFileInfo(f).absoluteFilePath());
+    if (!c.endsWith(QLatin1Char('/')))
+        c += QLatin1Char('/');
+    return c;
+}
+
+bool inside(const QString& path, const QStringList& folders)
+{
+    if (path.isEmpty())
+        return false;
+    // Resolve the nearest existing ancestor, so files not made yet are judged by their folder.
+    QString p = QDir::cleanPath(path);
+    QString tail;
+    while (!p.isEmpty() && !QFileInfo::exists(p)) {
+        int slash = p.lastIndexOf(QLatin1Char('/'));
+        if (slash <= 0)
+            break;
+        tail = p.mid(slash) + tail;
+        p = p.left(slash);
+    }
+    QString c = QFileInfo(p).canonicalFilePath();
+    if (c.isEmpty())
+        return false;
+    c = QDir::cleanPath(c + tail);
+    for (const QString& f : folders) {
+        QString cf = canonicalFolder(f);
+        if ((c + QLatin1Char('/')).startsWith(cf))
+            return true;
+    }
+    return false;
+}
+
+const XsltJob* jobOf(xsltTransformContextPtr ctxt)
+{
+    return ctxt ? static_cast<const XsltJob*>(ctxt->_private) : nullptr;
+}
+
+int checkRead(xsltSecurityPrefsPtr, xsltTransformContextPtr ctxt, const char* value)
+{
+    const XsltJob* job = jobOf(ctxt);
+    QString p = pathOf(value);
+    if (job && inside(p, job->readFolders + job->writeFolders))
+        return 1;
+    genericError(nullptr, "Reading \"%s\" is not allowed.\n", value ? value : "");
+    return 0;
+}
+
+int checkWrite(xsltSecurityPrefsPtr, xsltTransformContextPtr ctxt, const char* value)
+{
+    const XsltJob* job = jobOf(ctxt);
+    QString p = pathOf(value);
+    if (job && inside(p, job->writeFolders))
+        return 1;
+    genericError(nullptr, "Writing \"%s\" is not allowed.\n", value ? value : "");
+    return 0;
+}
+
+// simg:new(filename) keeps the name; simg:getWidth(obj, default) and
+// simg:getDepth(obj, default) give the image's size in pixels.
+void imageNew(xmlXPathParserContextPtr ctxt, int nargs)
+{
+    if (nargs != 1) {
+        xmlXPathSetArityError(ctxt);
+        return;
+    }
+    xmlChar* s = xmlXPathPopString(ctxt);
+    xmlXPathReturnString(ctxt, s);
+}
+
+void imageDimension(xmlXPathParserContextPtr ctxt, int nargs, bool width)
+{
+    if (nargs != 2) {
+        xmlXPathSetArityError(ctxt);
+        return;
+    }
+    double fallback = xmlXPathPopNumber(ctxt);
+    xmlChar* name = xmlXPathPopString(ctxt);
+    QString file = QString::fromUtf8(reinterpret_cast<const char*>(name));
+    xmlFree(name);
+    const XsltJob* job = jobOf(xsltXPathGetTransformContext(ctxt));
+    double result = fallback;
+    if (job && !file.contains(QStringLiteral("://"))) {
+        QString path = QFileInfo(file).isAbsolute() ? file : job->imageFolder + QLatin1Char('/') + file;
+        int w = 0, h = 0;
+        if (inside(path, job->readFolders + job->writeFolders) && imageSize(path, w, h))
+            result = width ? w : h;
+    }
+    xmlXPathReturnNumber(ctxt, result);
+}
+
+void imageWidth(xmlXPathParserContextPtr ctxt, int nargs)
+{
+    imageDimension(ctxt, nargs, true);
+}
+
+void imageDepth(xmlXPathParserContextPtr ctxt, int nargs)
+{
+    imageDimension(ctxt, nargs, false);
+}
+
+void initOnce()
+{
+    static std::once_flag once;
+    std::call_once(once, [] {
+        xmlsafe::init();
+        exsltRegisterAll();
+        xsltRegisterExtModuleFunction(BAD_CAST "new", BAD_CAST kImageNs, imageNew);
+        xsltRegisterExtModuleFunction(BAD_CAST "getWidth", BAD_CAST kImageNs, imageWidth);
+        xsltRegisterExtModuleFunction(BAD_CAST "getDepth", BAD_CAST kImageNs, imageDepth);
+        xsltSetGenericErrorFunc(nullptr, genericError);
+    });
+}
+
+struct StyleDeleter {
+    void operator()(xsltStylesheet* s) const { xsltFreeStylesheet(s); }
+};
+struct CtxtDeleter {
+    void operator()(xsltTransformContext* c) const { xsltFreeTransformContext(c); }
+};
+struct SecDeleter {
+    void operator()(xsltSecurityPrefs* s) const { xsltFreeSecurityPrefs(s); }
+};
+
+} // namespace
+
+XsltResult runXsltHere(const XsltJob& job)
+{
+    initOnce();
+    XsltResult r;
+    QString messages;
+    QString* previous = tl_messages;
+    tl_messages = &messages;
+    xmlSetGenericErrorFunc(nullptr, genericError);
+    {
+        xmlsafe::EntityScope scope(job.readFolders + job.writeFolders);
+        xmlsafe::ErrorCapture capture;
+        const int opts = XSLT_PARSE_OPTIONS | XML_PARSE_NONET;
+        QByteArray styleName = QFile::encodeName(QFileInfo(job.stylesheet).absoluteFilePath());
+        xmlDocPtr sdoc = xmlReadFile(styleName.constData(), nullptr, opts);
+        std::unique_ptr<xsltStylesheet, StyleDeleter> style(sdoc ? xsltParseStylesheetDoc(sdoc) : nullptr);
+        if (!style) {
+            if (sdoc && !style)
+                xmlFreeDoc(sdoc);
+            if (capture.any())
+                messages += capture.first().message + QLatin1Char('\n');
+            messages += QStringLiteral("The stylesheet cannot be read.\n");
+        } else {
+            QByteArray inName = QFile::encodeName(QFileInfo(job.input).absoluteFilePath());
+            xmlsafe::DocPtr doc(xmlReadFile(inName.constData(), nullptr, opts));
+            if (!doc) {
+                if (capture.any())
+                    messages += capture.first().message + QLatin1Char('\n');
+                messages += QStringLiteral("The document cannot be read.\n");
+            } else {
+                std::unique_ptr<xsltTransformContext, CtxtDeleter> ctxt(xsltNewTransformContext(style.get(), doc.get()));
+                std::unique_ptr<xsltSecurityPrefs, SecDeleter> sec(xsltNewSecurityPrefs());
+                xsltSetSecurityPrefs(sec.get(), XSLT_SECPREF_READ_FILE, checkRead);
+                xsltSetSecurityPrefs(sec.get(), XSLT_SECPREF_WRITE_FILE, checkWrite);
+                xsltSetSecurityPrefs(sec.get(), XSLT_SECPREF_CREATE_DIRECTORY, checkWrite);
+                xsltSetSecurityPrefs(sec.get(), XSLT_SECPREF_READ_NETWORK, xsltSecurityForbid);
+                xsltSetSecurityPrefs(sec.get(), XSLT_SECPREF_WRITE_NETWORK, xsltSecurityForbid);
+                xsltSetCtxtSecurityPrefs(sec.get(), ctxt.get());
+                ctxt->_private = const_cast<XsltJob*>(&job);
+                xsltSetCtxtParseOptions(ctxt.get(), opts);
+
+                std::vector<QByteArray> store;
+                std::vector<const char*> params;
+                for (const auto& [name, value] : job.params) {
+                    store.push_back(name.toUtf8());
+                    store.push_back(value.toUtf8());
+                }
+                for (const QByteArray& b : store)
+                    params.push_back(b.constData());
+                params.push_back(nullptr);
+
+                // Files the stylesheet writes itself are resolved against this name.
+                QString baseFile = (job.outputBase.isEmpty() ? QFileInfo(job.output).absolutePath() : job.outputBase) +
+                                   QStringLiteral("/index.html");
+                QByteArray base = QUrl::fromLocalFile(baseFile).toEncoded();
+                xmlDocPtr res = xsltApplyStylesheetUser(style.get(), doc.get(), params.data(), base.constData(),
+                                                        nullptr, ctxt.get());
+                bool ok = res && ctxt->state != XSLT_STATE_ERROR && ctxt->state != XSLT_STATE_STOPPED;
+                if (res && ok && !job.output.isEmpty()) {
+                    QByteArray outName = QFile::encodeName(job.output);
+                    if (!inside(job.output, job.writeFolders) ||
+                        xsltSaveResultToFilename(outName.constData(), res, style.get(), 0) < 0) {
+                        ok = false;
+                        messages += QStringLiteral("The result cannot be written.\n");
+                    }
+                }
+                if (res)
+                    xmlFreeDoc(res);
+                r.transformed = ok;
+            }
+        }
+    }
+    tl_messages = previous;
+    xmlSetGenericErrorFunc(nullptr, nullptr);
+    r.messages = messages;
+    return r;
+}
+
+XsltResult runXslt(const XsltJob& job)
+{
+    initOnce();
+    XsltResult r;
+    QCoreApplication* app = QCoreApplication::instance();
+    if (!app || QThread::currentThread() != app->thread()) {
+        std::thread t([&] { r = runXsltHere(job); });
+        t.join();
+        return r;
+    }
+    // The event loop runs while the worker transforms; the worker ends it.
+    QEventLoop loop;
+    std::thread t([&] {
+        r = runXsltHere(job);
+        QMetaObject::invokeMethod(&loop, "quit", Qt::QueuedConnection);
+    });
+    loop.exec();
+    t.join();
+    return r;
+}
+
+bool imageSize(const QString& path, int& width, int& height)
+{
+    QFile f(path);
+    if (!f.open(QIODevice::ReadOnly))
+        return false;
+    QByteArray h = f.read(64);
+    auto u8 = [&](int i) { return i < h.size() ? int(uchar(h[i])) : 0; };
+    auto be16 = [&](int i) { return (u8(i) << 8) | u8(i + 1); };
+    auto le16 = [&](int i) { return u8(i) | (u8(i + 1) << 8); };
+    auto be32 = [&](int i) { return (u8(i) << 24) | (u8(i + 1) << 16) | (u8(i + 2) << 8) | u8(i + 3); };
+    auto le32 = [&](int i) { return u8(i) | (u8(i + 1) << 8) | (u8(i + 2) << 16) | (u8(i + 3) << 24); };
+    if (h.startsWith("\x89PNG\r\n\x1a\n") && h.size() >= 24) {
+        width = be32(16);
+        height = be32(20);
+        return width > 0 && height > 0;
+    }
+    if ((h.startsWith("GIF87a") || h.startsWith("GIF89a")) && h.size() >= 10) {
+        width = le16(6);
+        height = le16(8);
+        return width > 0 && height > 0;
+    }
+    if (h.startsWith("BM") && h.size() >= 26) {
+        width = le32(18);
+        height = std::abs(le32(22));
+        return width > 0 && height > 0;
+    }
+    if (h.startsWith("\xFF\xD8")) {
+        // Walk the JPEG markers to the first start of frame.
+        f.seek(2);
+        for (int guard = 0; guard < 1000; ++guard) {
+            QByteArray m = f.read(4);
+            if (m.size() < 4 || uchar(m[0]) != 0xFF)
+                return false;
+            int marker = uchar(m[1]);
+            int len = (uchar(m[2]) << 8) | uchar(m[3]);
+            if (marker >= 0xC0 && marker <= 0xCF && marker != 0xC4 && marker != 0xC8 && marker != 0xCC) {
+                QByteArray sof = f.read(5);
+                if (sof.size() < 5)
+                    return false;
+                height = (uchar(sof[1]) << 8) | uchar(sof[2]);
+                width = (uchar(sof[3]) << 8) | uchar(sof[4]);
+                return width > 0 && height > 0;
+            }
+            if (len < 2 || !f.seek(f.pos() + len - 2))
+                return false;
+        }
+        return false;
+    }
+    Q_UNUSED(be16);
+    return false;
+}

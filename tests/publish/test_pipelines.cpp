@@ -1,0 +1,395 @@
+// The four pipelines end to end on the sample, and the clean-up of every
+// failure path.
+#include "cconfigfile.h"
+#include "cproject.h"
+#include "output.h"
+#include "outputlog.h"
+#include "outputproperties.h"
+#include "paths.h"
+#include "processrunner.h"
+#include "publishpaths.h"
+#include "testsupport.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QProcess>
+
+#include <gtest/gtest.h>
+
+using namespace testing_support;
+
+namespace {
+
+// Writes a file, making its folder first.
+void put(const QString& path, const QByteArray& bytes)
+{
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    writeBytes(path, bytes);
+}
+
+void makeExecutable(const QString& path, const QByteArray& script)
+{
+    writeBytes(path, script);
+    QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+}
+
+class Pipelines : public ::testing::Test {
+protected:
+    TempDir dir;
+    QString qly;
+    QString P; // project folder
+    ScriptedMsgBox box;
+
+    void SetUp() override
+    {
+        QProcess::execute("cp", {"-r", sampleFolder() + "/.", dir.path()});
+        QProcess::execute("chmod", {"-R", "u+w", dir.path()});
+        qly = dir.file("sample.qly");
+        P = dir.path() + "/sample/";
+        box.setDefault(MsgAnswer::Yes);
+        setCompiler(findOnPath("chmcmd"));
+    }
+    void TearDown() override
+    {
+        paths::setProgramFolder(QString());
+        stylesheet::setDocbookFolder(QString());
+        publishpaths::setFontConfigurationFile(QString());
+    }
+
+    void setCompiler(const QString& path)
+    {
+        cConfigFile conf(box);
+        ASSERT_TRUE(conf.Load(paths::settingsFile("conf.xml")));
+        conf.setHHWFile(path);
+    }
+
+    struct Run {
+        QString log;
+        bool red = false;
+        QString result;
+        bool logView = false;
+    };
+
+    Run run(const QString& format, const QString& lang, bool keep = false,
+            const std::function<void(cOutputProperties&)>& setup = {})
+    {
+        cProject project(box);
+        EXPECT_TRUE(project.Load(qly));
+        cOutputProperties props;
+        if (setup)
+            setup(props);
+        OutputLog log;
+        cOutput out(project, props, log, box);
+        out.runOutput(lang, format, keep);
+        EXPECT_TRUE(out.resultButtonsEnabled());
+        return {log.text(), log.isRed(), out.resultFile, out.logView()};
+    }
+
+    QStringList projectEntries() const
+    {
+        QStringList l = QDir(P).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden);
+        l.sort();
+        return l;
+    }
+
+    // A copy of the program folder in which one file is replaced or missing.
+    QString programCopy(const QString& replace, const QByteArray& content, bool remove = false,
+                        const QString& name = "prog")
+    {
+        QString prog = dir.file(name);
+        QDir().mkpath(prog);
+        for (const QFileInfo& fi : QDir(paths::programFolder()).entryInfoList(QDir::Files))
+            QFile::copy(fi.absoluteFilePath(), prog + "/" + fi.fileName());
+        QFile::remove(prog + "/" + replace);
+        if (!remove)
+            writeBytes(prog + "/" + replace, content);
+        return prog;
+    }
+
+    // A DocBook folder whose stylesheet of one format makes nothing.
+    QString brokenDocbook(const QString& sub, const QString& file)
+    {
+        QString db = dir.file("db");
+        QDir().mkpath(db + "/" + sub);
+        writeBytes(db + "/" + sub + "/" + file,
+                   "<?xml version=\"1.0\"?><xsl:stylesheet xmlns:xsl=\"http://www.w3.org/1999/XSL/Transform\" "
+                   "version=\"1.0\"><xsl:template match=\"/\"><xsl:message terminate=\"yes\">broken</xsl:message>"
+                   "</xsl:template></xsl:stylesheet>");
+        return db;
+    }
+};
+
+const QStringList kAuthorFiles = {"book.xml", "chapter1.xml", "chapter2.xml", "chapter3.xml", "img"};
+
+TEST_F(Pipelines, HTML)
+{
+    Run r = run(cOutput::kHTML, "en", true);
+    QString result = P + "output/html/book_en.html";
+    EXPECT_FALSE(r.red) << r.log.toStdString();
+    EXPECT_EQ(r.result, result);
+    EXPECT_EQ(r.log.left(r.log.indexOf("Time: ")),
+              OutputLog::kStartText + "\r\n\r\nXSLT: Transforming Quillary XML to DocBook XML..."
+                                      "\r\nXSLT: DocBook XML document was created."
+                                      "\r\nXSLT: Transforming DocBook XML to HTML file..."
+                                      "\r\nXSLT: HTML file was created.\r\n"
+                                      "\r\nCopying all neccessary images...\r\n"
+                                      "\r\nOUTPUT: " +
+                  result + "\r\n\r\n");
+    EXPECT_TRUE(r.log.endsWith("\r\n\r\nDone."));
+    ASSERT_TRUE(QFileInfo::exists(result));
+    QString html = QString::fromLatin1(readBytes(result));
+    EXPECT_TRUE(html.contains("src=\"img/en/window.png\""));
+    EXPECT_TRUE(html.contains("src=\"img/en/toolbar.png\" width=\"48\"")); // scaled to 50 %
+    EXPECT_TRUE(html.contains("border=\"1\""));                             // table with borders
+    EXPECT_TRUE(html.contains("class=\"note\""));
+    EXPECT_TRUE(html.contains("href=\"#topic3\""));
+    EXPECT_TRUE(html.contains("This paragraph appears only in online help."));
+    EXPECT_FALSE(html.contains("This paragraph appears only in print."));
+    EXPECT_TRUE(QFileInfo::exists(P + "output/html/img/en/window.png"));
+    EXPECT_TRUE(QFileInfo::exists(P + "output/html/img/en/toolbar.png"));
+    EXPECT_TRUE(QFileInfo::exists(P + "output/book_en.xml"));
+    EXPECT_EQ(projectEntries(), kAuthorFiles + QStringList{"output"});
+}
+
+TEST_F(Pipelines, HTMLWithCovers)
+{
+    QString cover = P + "img/cover.png";
+    Run r = run(cOutput::kHTML, "de", false,
+                [&](cOutputProperties& p) { p.setText("txtCoverImage", cOutputProperties::kHTML, cover); });
+    EXPECT_FALSE(r.red) << r.log.toStdString();
+    EXPECT_TRUE(QFileInfo::exists(P + "output/html/img/de/cover.png"));
+    EXPECT_TRUE(QFileInfo::exists(P + "output/html/img/de/window.png"));
+    EXPECT_TRUE(QString::fromLatin1(readBytes(P + "output/html/book_de.html")).contains("src=\"img/de/cover.png\""));
+    // The language image folder holds only this run's files.
+    put(P + "output/html/img/de/stale.png", "x");
+    r = run(cOutput::kHTML, "de", false, [&](cOutputProperties& p) {
+        p.setText("txtCoverImage", cOutputProperties::kHTML, P + "img/nothere.png");
+    });
+    EXPECT_FALSE(QFileInfo::exists(P + "output/html/img/de/stale.png"));
+    EXPECT_FALSE(QFileInfo::exists(P + "output/html/img/de/cover.png"));
+    EXPECT_FALSE(QFileInfo::exists(P + "output/html/img/de/nothere.png"));
+    EXPECT_TRUE(QString::fromLatin1(readBytes(P + "output/html/book_de.html")).contains("src=\"img/de/nothere.png\""));
+}
+
+TEST_F(Pipelines, HTMLFrames)
+{
+    put(P + "output/html_frames_de/old.html", "x");
+    Run r = run(cOutput::kHTMLChunk, "de");
+    QString folder = P + "output/html_frames_de/";
+    EXPECT_FALSE(r.red) << r.log.toStdString();
+    EXPECT_EQ(r.result, folder + "index.html");
+    EXPECT_TRUE(r.log.contains("\r\nXSLT: Transforming DocBook XML to HTML files...\r\nXSLT: HTML files were created.\r\n"));
+    for (const char* f : {"index.html", "toc.html", "main.html", "ch01s01.html", "img/chapter_c.gif",
+                          "img/chapter_e.gif", "img/topic.gif", "img/de/window.png"})
+        EXPECT_TRUE(QFileInfo::exists(folder + f)) << f;
+    EXPECT_FALSE(QFileInfo::exists(folder + "old.html"));
+    QString toc = QString::fromLatin1(readBytes(folder + "toc.html"));
+    EXPECT_TRUE(toc.contains("img/chapter_c.gif"));
+    EXPECT_TRUE(toc.contains("text-decoration: none; color: 000080"));
+    EXPECT_TRUE(QString::fromLatin1(readBytes(folder + "index.html")).contains("<frameset"));
+    EXPECT_EQ(projectEntries(), kAuthorFiles + QStringList{"output"});
+}
+
+TEST_F(Pipelines, HTMLHelp)
+{
+    if (findOnPath("chmcmd").isEmpty())
+        GTEST_SKIP() << "chmcmd is not installed";
+    writeBytes(P + "chart.html", "author's");
+    writeBytes(P + "notes.html", "author's");
+    Run r = run(cOutput::kHTMLHelp, "en");
+    QString result = P + "output/book_en.chm";
+    EXPECT_FALSE(r.red) << r.log.toStdString();
+    EXPECT_EQ(r.result, result);
+    EXPECT_TRUE(r.log.contains("\r\nXSLT: HTML Help source files were created.\r\n\r\n"
+                               "HH COMPILER: Compiling HTML Help from source files..."
+                               "\r\nHH COMPILER: HTML Help was created.\r\n\r\nOUTPUT: " +
+                               result));
+    EXPECT_TRUE(QFileInfo::exists(result));
+    // The sources are gone, with the author's ch*.html, as specified.
+    EXPECT_EQ(projectEntries(), kAuthorFiles + QStringList({"notes.html", "output"}));
+    // The context id of the welcome topic reached the map.
+    QProcess ls;
+    ls.start("chmls", {"-n", "list", result});
+    ls.waitForFinished();
+    EXPECT_TRUE(QString::fromUtf8(ls.readAllStandardOutput()).contains("/#IVB"));
+}
+
+TEST_F(Pipelines, PDF)
+{
+    TempDir conf;
+    publishpaths::setFontConfigurationFile(conf.file("fop/fonts/conf.xml"));
+    Run r = run(cOutput::kPDF, "de");
+    QString result = P + "output/book_de.pdf";
+    EXPECT_FALSE(r.red) << r.log.toStdString();
+    EXPECT_EQ(r.result, result);
+    ASSERT_TRUE(QFileInfo::exists(result));
+    EXPECT_TRUE(readBytes(result).startsWith("%PDF"));
+    EXPECT_TRUE(box.texts().contains("When you are creating a PDF output for the first time, font metrics files have "
+                                     "to be created in order to use correct character encoding."));
+    QString marks = QString(2, QChar(127));
+    EXPECT_TRUE(r.log.contains("Creating font metrics files. It may take a while, please be patient.\r\n" + marks +
+                               marks.repeated(10) + marks + " Done.\r\n\r\n"));
+    QString fonts = QString::fromUtf8(readBytes(conf.file("fop/fonts/conf.xml")));
+    EXPECT_TRUE(fonts.startsWith("<fop version=\"1.0\">"));
+    EXPECT_EQ(fonts.count("<font-triplet "), 24);
+    EXPECT_TRUE(fonts.contains("<font-triplet name=\"TimesMT\" style=\"italic\" weight=\"bold\"/>"));
+    EXPECT_TRUE(r.log.contains("\r\nXSLT: Formatting Objects file was created.\r\n\r\nFOP: Rendering Formatting "
+                               "Objects to PDF...\r\nFOP: PDF document was created.\r\n\r\nOUTPUT: " +
+                               result));
+    EXPECT_EQ(projectEntries(), kAuthorFiles + QStringList{"output"});
+}
+
+TEST_F(Pipelines, MissingInstalledStylesheet)
+{
+    QString prog = programCopy("quillary.xsl", {}, true);
+    paths::setProgramFolder(prog);
+    put(P + "output/html/book_en.html", "older");
+    Run r = run(cOutput::kHTML, "en");
+    EXPECT_TRUE(r.red);
+    EXPECT_TRUE(r.log.endsWith("\r\nFile \"" + prog +
+                               "/quillary.xsl\" is missing! Incorrect installation. Output can not be created!"));
+    EXPECT_TRUE(r.result.isEmpty());
+    EXPECT_FALSE(QFileInfo::exists(P + "output/html/book_en.html")); // HTML deletes first
+    EXPECT_FALSE(QFileInfo::exists(P + "temp"));
+}
+
+TEST_F(Pipelines, FirstTransformationFails)
+{
+    paths::setProgramFolder(programCopy("quillary.xsl", "<xsl:template match=\"/\"><xsl:message terminate=\"yes\">"
+                                                        "no</xsl:message></xsl:template></xsl:stylesheet>"));
+    Run r = run(cOutput::kHTMLChunk, "en");
+    EXPECT_TRUE(r.red);
+    EXPECT_TRUE(r.log.contains("\r\nXSLT: DocBook XML document was not created !!!"));
+    EXPECT_FALSE(r.log.contains("Done."));
+    EXPECT_FALSE(QFileInfo::exists(P + "temp"));
+    EXPECT_EQ(projectEntries(), kAuthorFiles);
+}
+
+TEST_F(Pipelines, HTMLHelpCompilerMissing)
+{
+    setCompiler("/nonexistent/chmcmd");
+    QDir().mkpath(P + "temp");
+    writeBytes(P + "temp/keep", "x");
+    Run r = run(cOutput::kHTMLHelp, "en");
+    EXPECT_TRUE(r.red);
+    EXPECT_TRUE(r.log.endsWith("\r\nFile \"/nonexistent/chmcmd\" doesn't exist! Specify HTML Help compiler placement "
+                               "correctly! Output may not be created!"));
+    EXPECT_TRUE(QFileInfo::exists(P + "temp/keep")); // nothing touched
+}
+
+TEST_F(Pipelines, HTMLHelpSourcesNotMade)
+{
+    stylesheet::setDocbookFolder(brokenDocbook("htmlhelp", "htmlhelp.xsl"));
+    put(P + "output/book_en.chm", "older");
+    writeBytes(P + "alias.h", "author's");
+    writeBytes(P + "ch99.html", "left");
+    Run r = run(cOutput::kHTMLHelp, "en", true);
+    EXPECT_TRUE(r.red);
+    EXPECT_TRUE(r.log.contains("\r\nXSLT: HTML Help source files were not created!!!"));
+    EXPECT_EQ(readBytes(P + "output/book_en.chm"), "older");
+    EXPECT_TRUE(QFileInfo::exists(P + "output/book_en.xml")); // kept DocBook stays
+    EXPECT_EQ(projectEntries(), kAuthorFiles + QStringList{"output"});
+}
+
+TEST_F(Pipelines, HTMLHelpNotCompiled)
+{
+    makeExecutable(dir.file("fakehhc"), "#!/bin/sh\necho compiler broke >&2\n");
+    setCompiler(dir.file("fakehhc"));
+    put(P + "output/book_en.chm", "older");
+    Run r = run(cOutput::kHTMLHelp, "en");
+    EXPECT_TRUE(r.red);
+    EXPECT_TRUE(r.log.contains("\r\nHH COMPILER: HTML Help was not created!!!\r\ncompiler broke"));
+    EXPECT_EQ(readBytes(P + "output/book_en.chm"), "older");
+    EXPECT_EQ(projectEntries(), kAuthorFiles + QStringList{"output"});
+}
+
+TEST_F(Pipelines, PDFFormattingObjectsNotMade)
+{
+    writeBytes(dir.file("fonts.xml"), "");
+    publishpaths::setFontConfigurationFile(dir.file("fonts.xml"));
+    stylesheet::setDocbookFolder(brokenDocbook("fo", "docbook.xsl"));
+    Run r = run(cOutput::kPDF, "en");
+    EXPECT_TRUE(r.red);
+    EXPECT_TRUE(r.log.contains("\r\nXSLT: Formatting Objects file was not created!!!"));
+    EXPECT_TRUE(box.empty() || !box.texts().join("").contains("first time"));
+    EXPECT_EQ(projectEntries(), kAuthorFiles);
+}
+
+TEST_F(Pipelines, PDFNotRendered)
+{
+    writeBytes(dir.file("fonts.xml"), "");
+    publishpaths::setFontConfigurationFile(dir.file("fonts.xml"));
+    QString bin = dir.file("bin");
+    QDir().mkpath(bin);
+    makeExecutable(bin + "/fop", "#!/bin/sh\necho out of memory >&2\n");
+    QByteArray oldPath = qgetenv("PATH");
+    qputenv("PATH", bin.toUtf8() + ":" + oldPath);
+    put(P + "output/book_en.pdf", "older");
+    Run r = run(cOutput::kPDF, "en");
+    qputenv("PATH", oldPath);
+    EXPECT_TRUE(r.red);
+    EXPECT_TRUE(r.log.contains("\r\nFOP: PDF document was not created!!!\r\nout of memory"));
+    EXPECT_EQ(readBytes(P + "output/book_en.pdf"), "older");
+    EXPECT_EQ(projectEntries(), kAuthorFiles + QStringList{"output"}); // no .fo, no temp
+}
+
+TEST_F(Pipelines, HTMLNotMade)
+{
+    stylesheet::setDocbookFolder(brokenDocbook("html", "docbook.xsl"));
+    put(P + "output/html/book_en.html", "older");
+    Run r = run(cOutput::kHTML, "en");
+    EXPECT_TRUE(r.red);
+    EXPECT_TRUE(r.log.contains("\r\nXSLT: HTML file was not created!!!"));
+    EXPECT_FALSE(QFileInfo::exists(P + "output/html/book_en.html"));
+    EXPECT_EQ(projectEntries(), kAuthorFiles + QStringList{"output"});
+}
+
+TEST_F(Pipelines, FramesNotMadeAndMissingImage)
+{
+    paths::setProgramFolder(programCopy("webhelp.xsl", "<?xml version=\"1.0\"?><xsl:stylesheet "
+                                                       "xmlns:xsl=\"http://www.w3.org/1999/XSL/Transform\" "
+                                                       "version=\"1.0\"><xsl:template match=\"/\"/></xsl:stylesheet>"));
+    Run r = run(cOutput::kHTMLChunk, "en");
+    EXPECT_TRUE(r.red);
+    EXPECT_TRUE(r.log.contains("\r\nXSLT: HTML files were not created!!!"));
+    EXPECT_FALSE(QFileInfo::exists(P + "output/html_frames_en"));
+    EXPECT_EQ(projectEntries(), kAuthorFiles + QStringList{"output"});
+
+    // A navigation image missing: logged red, the run goes on to its end.
+    paths::setProgramFolder(QString());
+    QString prog = programCopy("topic.gif", {}, true, "prog2");
+    paths::setProgramFolder(prog);
+    r = run(cOutput::kHTMLChunk, "en");
+    EXPECT_TRUE(r.red);
+    EXPECT_TRUE(r.log.contains("\r\nImage \"" + prog + "/topic.gif\" is missing! Incorrect installation."));
+    EXPECT_TRUE(r.log.endsWith("Done."));
+    EXPECT_TRUE(QFileInfo::exists(P + "output/html_frames_en/img/chapter_e.gif"));
+}
+
+TEST(HelpSources, RemovedByName)
+{
+    TempDir d;
+    for (const char* f : {"alias.h", "context.h", "toc.hhc", "htmlhelp.hhp", "index.hhk", "index.html",
+                          "index-toc.html", "ch01.html", "chart.html", "Ch02.html", "ch03.htm", "ch04.html.bak",
+                          "chapter1.xml", "keep.html"})
+        writeBytes(d.file(f), "x");
+    cOutput::removeHelpSources(d.path());
+    QStringList left = QDir(d.path()).entryList(QDir::Files);
+    left.sort();
+    EXPECT_EQ(left, QStringList({"Ch02.html", "ch03.htm", "ch04.html.bak", "chapter1.xml", "keep.html"}));
+}
+
+TEST(HelpSources, IncludesTakenIntoTheProject)
+{
+    TempDir d;
+    writeBytes(d.file("htmlhelp.hhp"), "[OPTIONS]\r\nTitle=x\r\n\r\n[ALIAS]\r\n#include alias.h\r\n\r\n[MAP]\r\n"
+                                       "#include context.h\r\n");
+    writeBytes(d.file("alias.h"), "frmMain=ch01s01.html#topic1\n");
+    writeBytes(d.file("context.h"), "#define frmMain\t1001\n");
+    ASSERT_TRUE(inlineHhpIncludes(d.file("htmlhelp.hhp")));
+    EXPECT_EQ(readBytes(d.file("htmlhelp.hhp")),
+              "[OPTIONS]\r\nTitle=x\r\n\r\n[ALIAS]\r\nfrmMain=ch01s01.html\r\n\r\n[MAP]\r\n#define frmMain 1001\r\n");
+}
+
+} // namespace
