@@ -11,13 +11,13 @@
 
 namespace {
 
-bool splitLanguage(const QString& spec, QString& name, QString& abbrev)
+bool splitLanguage(const QString& text, QString& name, QString& abbrev)
 {
-    int colon = spec.lastIndexOf(QLatin1Char(':'));
+    int colon = text.lastIndexOf(QLatin1Char(':'));
     if (colon <= 0)
         return false;
-    name = spec.left(colon);
-    abbrev = spec.mid(colon + 1);
+    name = text.left(colon);
+    abbrev = text.mid(colon + 1);
     return true;
 }
 

@@ -76,5 +76,5 @@ private:
     QString m_doctype; // as read, written back unchanged
 };
 
-// getChild of the specification: first child element with that name.
+// The first child element with that name.
 xmlNode* getChild(xmlNode* parent, const char* name);
