@@ -2,7 +2,9 @@
 
 #include "fileio.h"
 
+#include <QCoreApplication>
 #include <QDir>
+#include <QFileInfo>
 #include <QEventLoop>
 #include <QPointer>
 #include <QTimer>
@@ -57,6 +59,8 @@ const char* const kAgent = R"JS(
       q.observer.observe(b, { childList: true, subtree: true, characterData: true, attributes: true });
     }
     b.setAttribute('contenteditable', q.editable ? 'true' : 'false');
+    // Enter makes paragraphs, as the topic format wants, not DIVs.
+    try { document.execCommand('defaultParagraphSeparator', false, 'p'); } catch (e) {}
     return true;
   };
   q.setEditable = function (on) { q.editable = !!on; return q.attach(); };
@@ -428,12 +432,16 @@ void WebSurface::saveDocument(const QString& path)
         return;
     }
     if (!path.isEmpty()) {
+        // The file is a by-product that nothing reads: a failure to write it
+        // must not keep the page counted as changed. Each process writes
+        // through its own temporary name, as several may share the folder.
+        const QFileInfo fi(path);
+        const QString temp = fi.absolutePath() + QStringLiteral("/.") + fi.fileName() + QLatin1Char('.') +
+                             QString::number(QCoreApplication::applicationPid()) + QStringLiteral(".tmp");
         QString error;
-        if (!fileio::atomicReplace(path, snap.value(QStringLiteral("html")).toString().toUtf8(), {},
-                                   &error)) {
+        if (!fileio::atomicReplace(path, snap.value(QStringLiteral("html")).toString().toUtf8(), temp, &error)) {
             qWarning("WebSurface: %s", qPrintable(error));
             m_lastOk = false;
-            return;
         }
     }
     runScript(QStringLiteral("window.__q.clean(%1)").arg(snap.value(QStringLiteral("gen")).toLongLong()));

@@ -1,5 +1,6 @@
 // Test main for widgets and the web page: a QApplication on the offscreen
-// platform, Chromium without sandbox and GPU, a private configuration folder.
+// platform, Chromium without sandbox and GPU, private configuration and
+// temporary folders.
 #include "webenginesetup.h"
 #include "xmlsafety.h"
 
@@ -16,6 +17,10 @@ int main(int argc, char** argv)
         qputenv("QTWEBENGINE_CHROMIUM_FLAGS", "--no-sandbox --disable-gpu");
     QTemporaryDir config;
     qputenv("XDG_CONFIG_HOME", config.path().toUtf8());
+    // A temporary folder of its own: test programs run side by side and the
+    // page's scratch file has a fixed name.
+    QTemporaryDir temp;
+    qputenv("TMPDIR", temp.path().toUtf8());
     prepareWebEngine();
     QApplication app(argc, argv);
     xmlsafe::init();

@@ -1,0 +1,987 @@
+#include "frmmain.h"
+
+#include "booktreewidget.h"
+#include "findbar.h"
+#include "frmabout.h"
+#include "frmbookproperties.h"
+#include "frmdebug.h"
+#include "frmtopictitle.h"
+#include "holders.h"
+#include "icons.h"
+#include "language.h"
+#include "msgbox.h"
+#include "websurface.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QClipboard>
+#include <QCloseEvent>
+#include <QDateTime>
+#include <QFileDialog>
+#include <QFrame>
+#include <QGuiApplication>
+#include <QHBoxLayout>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QMenu>
+#include <QMenuBar>
+#include <QPushButton>
+#include <QRegularExpression>
+#include <QScreen>
+#include <QSplitter>
+#include <QStatusBar>
+#include <QTimer>
+#include <QToolBar>
+#include <QVBoxLayout>
+#include <QWebEngineSettings>
+
+const QString frmMain::kOpenFilter = QStringLiteral("Quillary project files (*.qly);;All files (*.*)");
+
+namespace {
+
+const char* const kCommonKeys[] = {"New", "Open", "Save", "Undo", "Redo", "Copy", "Paste", "Cut", "Find"};
+
+struct Button {
+    const char* key;
+    const char* tip; // null: the key
+    bool groupEnd;
+};
+
+const Button kElementButtons[] = {
+    {"Topic Title", nullptr, false},   {"Paragraph", nullptr, false},
+    {"ParaHeader", "Paragraph Header", false}, {"Note", nullptr, false},
+    {"Sign", "Bold", true},            {"Bulleted List", nullptr, false},
+    {"Ordered List", "Numbered List", true}, {"Link", nullptr, false},
+    {"Anchor", nullptr, false},        {"Image", nullptr, true},
+    {"Printed Output", nullptr, false}, {"Online Output", nullptr, true},
+    {"Table", nullptr, false},
+};
+
+const Button kAlignButtons[] = {
+    {"Align Left", nullptr, false},   {"Align Center", nullptr, false}, {"Align Right", nullptr, true},
+    {"Insert Row", nullptr, false},   {"Delete Row", nullptr, false},   {"Insert Column", nullptr, false},
+    {"Delete Column", nullptr, false},
+};
+
+// Commands whose forms do not exist in this program yet: shown, never enabled.
+const QStringList kMissing = {
+    QStringLiteral("mnuOutput"),     QStringLiteral("mnuVerify"),      QStringLiteral("mnuBackup"),
+    QStringLiteral("mnuExport"),     QStringLiteral("mnuImport"),      QStringLiteral("mnuContextHelp"),
+    QStringLiteral("mnuNewLanguage"), QStringLiteral("mnuIndex"),      QStringLiteral("mnuSpelling"),
+    QStringLiteral("mnuSynonyms"),   QStringLiteral("mnuAntonyms"),    QStringLiteral("mnuEditElement"),
+};
+
+// The element the caret stands in (the start of the selection), by tag.
+const char* const kSelectionTag =
+    "(function(){var s=getSelection();if(!s||s.rangeCount===0)return '';"
+    "var r=s.getRangeAt(0).cloneRange();r.collapse(true);var n=r.startContainer;"
+    "if(n.nodeType!==1)n=n.parentNode;return n&&n.tagName?n.tagName:'';})()";
+
+// What lies at a point of the page: "link", "image", "text" (a selection)
+// or "".
+const char* const kKindAt =
+    "(function(x,y){var e=document.elementFromPoint(x,y);if(e){"
+    "var a=e.closest('a');if(a&&a.getAttribute('href'))return 'link';"
+    "var p=e.closest('p');if(p&&p.getAttribute('title')==='image')return 'image';}"
+    "var s=getSelection();return s&&s.rangeCount>0&&!s.isCollapsed?'text':'';})(%1,%2)";
+
+const char* const kDeleteAt =
+    "(function(x,y){var e=document.elementFromPoint(x,y);if(!e)return false;"
+    "var a=e.closest('a');if(a&&a.getAttribute('href')){a.remove();return true;}"
+    "var p=e.closest('p');if(p&&p.getAttribute('title')==='image'){p.remove();return true;}"
+    "return false;})(%1,%2)";
+
+bool isLetter(int key)
+{
+    return key >= Qt::Key_A && key <= Qt::Key_Z;
+}
+
+bool isModifierKey(int key)
+{
+    return key == Qt::Key_Control || key == Qt::Key_Shift || key == Qt::Key_Alt || key == Qt::Key_Meta ||
+           key == Qt::Key_AltGr;
+}
+
+// Caret movement and deletion by word stay with the page.
+bool isCaretKey(int key)
+{
+    switch (key) {
+    case Qt::Key_Left: case Qt::Key_Right: case Qt::Key_Up: case Qt::Key_Down:
+    case Qt::Key_Home: case Qt::Key_End: case Qt::Key_PageUp: case Qt::Key_PageDown:
+    case Qt::Key_Backspace: case Qt::Key_Delete:
+        return true;
+    default:
+        return false;
+    }
+}
+
+} // namespace
+
+frmMain::frmMain(MsgBox& box, QWidget* parent) : QMainWindow(parent), m_box(box)
+{
+    setObjectName(QStringLiteral("frmMain"));
+    setWindowTitle(kAppTitle);
+    setWindowIcon(appicons::windowIcon());
+    // 8000 by 4000 twips.
+    setMinimumSize(533, 267);
+    setContextMenuPolicy(Qt::NoContextMenu);
+
+    dEdit = new WebSurface;
+    dEdit->setObjectName(QStringLiteral("dEdit"));
+    m_session = std::make_unique<Session>(m_box, *dEdit);
+
+    buildActions();
+    buildMenus();
+    buildToolbars();
+    buildCentre();
+    buildStatusBar();
+    wireSession();
+
+    resize(1200, 800);
+    fitToScreen();
+    qApp->installEventFilter(this);
+}
+
+frmMain::~frmMain()
+{
+    qApp->removeEventFilter(this);
+    if (m_session->isOpen())
+        m_session->closeProject();
+    m_session->setView(nullptr);
+    trvBook->setBookTree(nullptr);
+}
+
+QAction* frmMain::makeAction(const QString& name, const QString& text, QObject* parent)
+{
+    auto* a = new QAction(text, parent ? parent : this);
+    a->setObjectName(name);
+    m_actions.insert(name, a);
+    return a;
+}
+
+void frmMain::buildActions()
+{
+    auto menuItem = [this](const char* name, const QString& text, auto slot,
+                           QKeySequence key = QKeySequence()) {
+        QAction* a = makeAction(QString::fromLatin1(name), text);
+        if (!key.isEmpty())
+            a->setShortcut(key);
+        connect(a, &QAction::triggered, this, slot);
+        return a;
+    };
+    menuItem("mnuNew", QStringLiteral("&New"), &frmMain::mnuNew_Click);
+    menuItem("mnuOpen", QStringLiteral("&Open..."), &frmMain::mnuOpen_Click, QKeySequence(Qt::CTRL | Qt::Key_O));
+    menuItem("mnuSave", QStringLiteral("&Save"), &frmMain::mnuSave_Click, QKeySequence(Qt::CTRL | Qt::Key_S));
+    menuItem("mnuExit", QStringLiteral("E&xit"), &frmMain::mnuExit_Click);
+    menuItem("mnuUndo", QStringLiteral("&Undo"), &frmMain::mnuUndo_Click, QKeySequence(Qt::CTRL | Qt::Key_Z));
+    menuItem("mnuRedo", QStringLiteral("&Redo"), &frmMain::mnuRedo_Click, QKeySequence(Qt::CTRL | Qt::Key_Y));
+    menuItem("mnuCut", QStringLiteral("Cu&t"), &frmMain::mnuCut_Click, QKeySequence(Qt::CTRL | Qt::Key_X));
+    menuItem("mnuCopy", QStringLiteral("&Copy"), &frmMain::mnuCopy_Click, QKeySequence(Qt::CTRL | Qt::Key_C));
+    menuItem("mnuPaste", QStringLiteral("&Paste"), &frmMain::mnuPaste_Click, QKeySequence(Qt::CTRL | Qt::Key_V));
+    menuItem("mnuFind", QStringLiteral("&Find..."), &frmMain::mnuFind_Click, QKeySequence(Qt::CTRL | Qt::Key_F));
+    menuItem("mnuAbout", QStringLiteral("&About Quillary Author"), &frmMain::mnuAbout_Click,
+             QKeySequence(Qt::Key_F1));
+    menuItem("mnuDebug", QStringLiteral("&Debug Listing"), &frmMain::mnuDebug_Click);
+
+    // Commands of other subsystems; the missing ones stay disabled.
+    makeAction(QStringLiteral("mnuSpelling"), QStringLiteral("&Spelling"));
+    makeAction(QStringLiteral("mnuSynonyms"), QStringLiteral("&Synonyms"));
+    makeAction(QStringLiteral("mnuAntonyms"), QStringLiteral("&Antonyms"));
+    makeAction(QStringLiteral("mnuOutput"), QStringLiteral("&Output..."));
+    makeAction(QStringLiteral("mnuVerify"), QStringLiteral("&Verify"));
+    makeAction(QStringLiteral("mnuBackup"), QStringLiteral("&Backup Project"));
+    makeAction(QStringLiteral("mnuExport"), QStringLiteral("&Export Project"));
+    makeAction(QStringLiteral("mnuImport"), QStringLiteral("&Import Language"));
+    makeAction(QStringLiteral("mnuNewLanguage"), QStringLiteral("&Add New Language"));
+    makeAction(QStringLiteral("mnuContextHelp"), QStringLiteral("&Context Help ID"));
+    makeAction(QStringLiteral("mnuIndex"), QStringLiteral("&Index Keywords..."));
+    makeAction(QStringLiteral("mnuEditElement"), QStringLiteral("&Edit"));
+    for (const QString& name : kMissing)
+        if (QAction* a = action(name))
+            a->setEnabled(false);
+
+    Session* s = m_session.get();
+    auto tree = [this](const char* name, const QString& text, std::function<void()> fn) {
+        QAction* a = makeAction(QString::fromLatin1(name), text);
+        connect(a, &QAction::triggered, this, [fn] { fn(); });
+        return a;
+    };
+    tree("mnuUnlock", QStringLiteral("&Unlock Project"), [s] { s->mnuUnlock(); });
+    tree("mnuInsertBook", QStringLiteral("&Insert Book..."), [s] { s->createProject(); });
+    tree("mnuInsertChapterToBook", QStringLiteral("Insert &Chapter..."), [s] { s->changeChapter(9); });
+    tree("mnuDeleteBook", QStringLiteral("&Delete Book"), [s] { s->mnuDeleteBook(); });
+    tree("mnuBookProperties", QStringLiteral("&Properties..."), [s] { s->editBookProperties(); });
+    tree("mnuInsertTopic", QStringLiteral("Insert &Topic..."), [s] { s->changeTopic(5); });
+    tree("mnuInsertChapterBefore", QStringLiteral("Insert Chapter &Before..."), [s] { s->changeChapter(7); });
+    tree("mnuInsertChapterAfter", QStringLiteral("Insert Chapter &After..."), [s] { s->changeChapter(8); });
+    tree("mnuInsertChapter", QStringLiteral("Insert &Subchapter..."), [s] { s->changeChapter(9); });
+    tree("mnuDeleteChapter", QStringLiteral("&Delete Chapter"), [s] { s->mnuDeleteChapter(); });
+    tree("mnuChapterProperties", QStringLiteral("&Properties..."), [s] { s->mnuChapterProperties(); });
+    tree("mnuInsertTopicBefore", QStringLiteral("Insert Topic &Before..."), [s] { s->changeTopic(3); });
+    tree("mnuInsertTopicAfter", QStringLiteral("Insert Topic &After..."), [s] { s->changeTopic(4); });
+    tree("mnuDeleteTopic", QStringLiteral("&Delete Topic"), [s] { s->mnuDeleteTopic(); });
+    tree("mnuComplete", QStringLiteral("&Lock"), [s] { s->mnuComplete(); })->setCheckable(true);
+    tree("mnuUnlockProject", QStringLiteral("&Unlock Project"), [s] { s->mnuUnlock(); });
+    tree("mnuDeleteElement", QStringLiteral("&Delete"), [] {});
+}
+
+void frmMain::buildMenus()
+{
+    auto addMenu = [this](QMenu* parentMenu, const char* name, const QString& title) {
+        QMenu* m = parentMenu ? parentMenu->addMenu(title) : menuBar()->addMenu(title);
+        m->setObjectName(QString::fromLatin1(name));
+        m->menuAction()->setObjectName(QString::fromLatin1(name));
+        m_menus.insert(m->objectName(), m);
+        return m;
+    };
+    auto add = [this](QMenu* m, std::initializer_list<const char*> names) {
+        for (const char* n : names) {
+            if (!n)
+                m->addSeparator();
+            else
+                m->addAction(action(QString::fromLatin1(n)));
+        }
+    };
+    menuBar()->setObjectName(QStringLiteral("mnuBar"));
+
+    QMenu* file = addMenu(nullptr, "mnuFile", QStringLiteral("&File"));
+    add(file, {"mnuNew", "mnuOpen", "mnuSave", nullptr, "mnuExit"});
+    QMenu* edit = addMenu(nullptr, "mnuEdit", QStringLiteral("&Edit"));
+    add(edit, {"mnuUndo", "mnuRedo", nullptr, "mnuCut", "mnuCopy", "mnuPaste", nullptr, "mnuFind", nullptr,
+               "mnuSpelling", "mnuSynonyms", "mnuAntonyms"});
+    QMenu* project = addMenu(nullptr, "mnuProject", QStringLiteral("&Project"));
+    add(project, {"mnuOutput", "mnuVerify", nullptr, "mnuBackup"});
+    QMenu* exchange = addMenu(project, "mnuExportImport", QStringLiteral("E&xport/Import"));
+    m_actions.insert(QStringLiteral("mnuExportImport"), exchange->menuAction());
+    add(exchange, {"mnuExport", "mnuImport", nullptr, "mnuUnlock"});
+    add(project, {nullptr, "mnuNewLanguage", "mnuContextHelp"});
+    QMenu* help = addMenu(nullptr, "mnuHelp", QStringLiteral("&Help"));
+    add(help, {"mnuAbout", "mnuDebug"});
+
+    // Context menus of the tree and of the page.
+    auto popupMenu = [this](const char* name) {
+        auto* m = new QMenu(this);
+        m->setObjectName(QString::fromLatin1(name));
+        m_menus.insert(m->objectName(), m);
+        return m;
+    };
+    QMenu* book = popupMenu("mnuBook");
+    add(book, {"mnuInsertBook", "mnuInsertChapterToBook"});
+    QAction* sep = book->addSeparator();
+    sep->setObjectName(QStringLiteral("mnuBookSeparator"));
+    m_actions.insert(sep->objectName(), sep);
+    add(book, {"mnuDeleteBook"});
+    sep = book->addSeparator();
+    sep->setObjectName(QStringLiteral("mnuBookSeparator2"));
+    m_actions.insert(sep->objectName(), sep);
+    add(book, {"mnuBookProperties"});
+
+    add(popupMenu("mnuChapter"), {"mnuInsertTopic", nullptr, "mnuInsertChapterBefore", "mnuInsertChapterAfter",
+                                  "mnuInsertChapter", nullptr, "mnuDeleteChapter", nullptr, "mnuChapterProperties"});
+    add(popupMenu("mnuTopic"), {"mnuInsertTopicBefore", "mnuInsertTopicAfter", nullptr, "mnuDeleteTopic", nullptr,
+                                "mnuComplete", "mnuIndex"});
+    add(popupMenu("mnuLockedBook"), {"mnuUnlockProject"});
+    popupMenu("mnuSurface");
+}
+
+void frmMain::buildToolbars()
+{
+    auto toolbar = [this](const char* name, const QString& title) {
+        auto* t = new QToolBar(title, this);
+        t->setObjectName(QString::fromLatin1(name));
+        t->setIconSize(QSize(20, 20));
+        t->setMovable(false);
+        t->setFloatable(false);
+        t->setToolButtonStyle(Qt::ToolButtonIconOnly);
+        addToolBar(Qt::TopToolBarArea, t);
+        return t;
+    };
+    auto button = [this](QToolBar* bar, const QString& key, const QString& tip) {
+        QAction* a = makeAction(key, key, bar);
+        a->setToolTip(tip);
+        a->setIcon(appicons::toolbarIcon(key));
+        a->setData(key);
+        bar->addAction(a);
+        return a;
+    };
+
+    tlbCommon = toolbar("tlbCommon", QStringLiteral("Common"));
+    const QMap<QString, void (frmMain::*)()> common = {
+        {QStringLiteral("New"), &frmMain::mnuNew_Click},   {QStringLiteral("Open"), &frmMain::mnuOpen_Click},
+        {QStringLiteral("Save"), &frmMain::mnuSave_Click}, {QStringLiteral("Undo"), &frmMain::mnuUndo_Click},
+        {QStringLiteral("Redo"), &frmMain::mnuRedo_Click}, {QStringLiteral("Copy"), &frmMain::mnuCopy_Click},
+        {QStringLiteral("Paste"), &frmMain::mnuPaste_Click}, {QStringLiteral("Cut"), &frmMain::mnuCut_Click},
+        {QStringLiteral("Find"), &frmMain::mnuFind_Click},
+    };
+    for (const char* k : kCommonKeys) {
+        const QString key = QString::fromLatin1(k);
+        QAction* a = button(tlbCommon, key, key);
+        connect(a, &QAction::triggered, this, common.value(key));
+        if (key == QLatin1String("Save") || key == QLatin1String("Redo") || key == QLatin1String("Cut"))
+            tlbCommon->addSeparator();
+    }
+
+    tlbElements = toolbar("tlbElements", QStringLiteral("Elements"));
+    for (const Button& b : kElementButtons) {
+        const QString key = QString::fromLatin1(b.key);
+        QAction* a = button(tlbElements, key, b.tip ? QString::fromLatin1(b.tip) : key);
+        connect(a, &QAction::triggered, this, [this, key] { elementCommand(key); });
+        if (b.groupEnd)
+            tlbElements->addSeparator();
+    }
+
+    tlbAlign = toolbar("tlbAlign", QStringLiteral("Table"));
+    for (const Button& b : kAlignButtons) {
+        const QString key = QString::fromLatin1(b.key);
+        QAction* a = button(tlbAlign, key, key);
+        connect(a, &QAction::triggered, this, [this, key] { elementCommand(key); });
+        if (b.groupEnd)
+            tlbAlign->addSeparator();
+    }
+
+    // The label of the element at the caret, at the right end of the row.
+    auto* spacer = new QWidget(tlbAlign);
+    spacer->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
+    tlbAlign->addWidget(spacer);
+    auto* pic = new QWidget(tlbAlign);
+    pic->setObjectName(QStringLiteral("picActElement"));
+    auto* picLayout = new QVBoxLayout(pic);
+    picLayout->setContentsMargins(6, 0, 8, 0);
+    labActElement = new QLabel(pic);
+    labActElement->setObjectName(QStringLiteral("labActElement"));
+    labActElement->setAlignment(Qt::AlignCenter);
+    labActElement->setMinimumWidth(72);
+    labActElement->setStyleSheet(QStringLiteral(
+        "QLabel#labActElement { color: #24569A; background: #DCE9FB; border: 1px solid #ADD0FC;"
+        " border-radius: 3px; padding: 1px 8px; font-weight: bold; }"));
+    labActElement->hide();
+    picLayout->addWidget(labActElement);
+    tlbAlign->addWidget(pic);
+}
+
+void frmMain::buildCentre()
+{
+    splMain = new QSplitter(Qt::Horizontal, this);
+    splMain->setObjectName(QStringLiteral("splMain"));
+    splMain->setChildrenCollapsible(false);
+    splMain->setHandleWidth(5);
+
+    trvBook = new BookTreeWidget(splMain);
+    trvBook->setMinimumWidth(160);
+
+    auto* right = new QFrame(splMain);
+    right->setObjectName(QStringLiteral("fraEditor"));
+    right->setFrameShape(QFrame::StyledPanel);
+    auto* column = new QVBoxLayout(right);
+    column->setContentsMargins(1, 1, 1, 1);
+    column->setSpacing(0);
+    lblReadOnly = new QLabel(right);
+    lblReadOnly->setObjectName(QStringLiteral("lblReadOnly"));
+    lblReadOnly->setStyleSheet(QStringLiteral(
+        "QLabel#lblReadOnly { background: #FFF4CE; color: #5C4A00; border-bottom: 1px solid #E8D9A0;"
+        " padding: 4px 8px; }"));
+    lblReadOnly->hide();
+    column->addWidget(lblReadOnly);
+    dEdit->setParent(right);
+    dEdit->setMinimumSize(200, 100);
+    column->addWidget(dEdit, 1);
+    findBar = new FindBar(right);
+    column->addWidget(findBar);
+
+    splMain->addWidget(trvBook);
+    splMain->addWidget(right);
+    splMain->setStretchFactor(0, 0);
+    splMain->setStretchFactor(1, 1);
+    splMain->setSizes({280, 920});
+
+    auto* centre = new QWidget(this);
+    centre->setObjectName(QStringLiteral("picCentre"));
+    auto* outer = new QVBoxLayout(centre);
+    outer->setContentsMargins(4, 2, 4, 0);
+    outer->addWidget(splMain);
+    setCentralWidget(centre);
+
+    findBar->onFind = [this](const QString& text, bool backward, bool matchCase) {
+        QWebEnginePage::FindFlags flags;
+        if (backward)
+            flags |= QWebEnginePage::FindBackward;
+        if (matchCase)
+            flags |= QWebEnginePage::FindCaseSensitively;
+        return dEdit->find(text, flags);
+    };
+    findBar->onClosed = [this] { dEdit->setFocus(); };
+
+    // The page reads in the interface's typeface; the document is unchanged.
+    const QString family = QApplication::font().family();
+    dEdit->settings()->setFontFamily(QWebEngineSettings::StandardFont, family);
+    dEdit->settings()->setFontFamily(QWebEngineSettings::SansSerifFont, family);
+
+    dEdit->setContextMenuPolicy(Qt::CustomContextMenu);
+    connect(dEdit, &QWidget::customContextMenuRequested, this, &frmMain::surfaceMenu);
+}
+
+void frmMain::buildStatusBar()
+{
+    sbrStatus = new QStatusBar(this);
+    sbrStatus->setObjectName(QStringLiteral("sbrStatus"));
+    sbrStatus->setSizeGripEnabled(true);
+    setStatusBar(sbrStatus);
+
+    panel[0] = new QLabel(sbrStatus);
+    panel[0]->setObjectName(QStringLiteral("sbrPanel1"));
+    // A long path is cut, it never widens the window.
+    panel[0]->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    panel[0]->setMinimumWidth(120);
+    sbrStatus->addWidget(panel[0], 1);
+
+    auto* second = new QWidget(sbrStatus);
+    second->setObjectName(QStringLiteral("sbrPanel2Box"));
+    auto* row = new QHBoxLayout(second);
+    row->setContentsMargins(6, 0, 6, 0);
+    row->setSpacing(4);
+    panelPicture = new QLabel(second);
+    panelPicture->setObjectName(QStringLiteral("sbrPicture"));
+    panelPicture->hide();
+    panel[1] = new QLabel(second);
+    panel[1]->setObjectName(QStringLiteral("sbrPanel2"));
+    row->addWidget(panelPicture);
+    row->addWidget(panel[1]);
+    row->addStretch(1);
+    second->setMinimumWidth(110);
+    sbrStatus->addPermanentWidget(second);
+
+    panel[2] = new QLabel(sbrStatus);
+    panel[2]->setObjectName(QStringLiteral("sbrPanel3"));
+    panel[2]->setMinimumWidth(150);
+    panel[2]->setContentsMargins(6, 0, 6, 0);
+    sbrStatus->addPermanentWidget(panel[2]);
+}
+
+void frmMain::wireSession()
+{
+    Session& s = *m_session;
+    s.dialogs.topicTitle = [this](const QString& caption, const QString& label, const QString& button,
+                                  QString& text) {
+        if (m_titleDialog)
+            return m_titleDialog(caption, label, button, text);
+        frmTopicTitle dlg(&m_box, this);
+        dlg.setWindowTitle(caption);
+        dlg.lblDesc->setText(label);
+        dlg.cmdInsert->setText(button);
+        cString title;
+        title.TextString = text;
+        cOKorCancel ok;
+        dlg.setTopicTitle(&title);
+        dlg.setOKorCancel(&ok);
+        dlg.exec();
+        if (!ok.Change)
+            return false;
+        text = title.TextString;
+        return true;
+    };
+    s.dialogs.newBook = [this](cBook& book) {
+        frmBook dlg(&m_box, this);
+        cOKorCancel ok;
+        dlg.setBookProperties(&book);
+        dlg.setOKorCancel(&ok);
+        if (m_newProjectPath)
+            dlg.setSavePath(m_newProjectPath);
+        if (!m_langFile.isEmpty())
+            dlg.setLanguageFile(m_langFile);
+        dlg.exec();
+        return ok.Change;
+    };
+    s.dialogs.bookProperties = [this](cBook& book) {
+        frmBookProperties dlg(&m_box, this);
+        cOKorCancel ok;
+        dlg.setBookProperties(&book);
+        dlg.setOKorCancel(&ok);
+        dlg.exec();
+        return ok.Change;
+    };
+
+    trvBook->setBookTree(&s.tree());
+    trvBook->onMouseUp = [this](const NodePtr& node, Qt::MouseButton button, const QPoint& at) {
+        treeMouseUp(node, button, at);
+    };
+    trvBook->onKeySelect = [this](const NodePtr& node) {
+        if (node)
+            m_session->clickOnTopic(node);
+    };
+    trvBook->canDrop = [this](const NodePtr& source, const NodePtr& target) {
+        return m_session->dropEnabled() && m_session->canDrop(source, target);
+    };
+    trvBook->onDrop = [this](const NodePtr& source, const NodePtr& target) { treeDrop(source, target); };
+    s.setView(this);
+}
+
+void frmMain::fitToScreen()
+{
+    QScreen* scr = screen() ? screen() : QGuiApplication::primaryScreen();
+    if (!scr)
+        return;
+    const QRect area = scr->availableGeometry();
+    // Frame and title bar are not part of size(); leave room for them.
+    const QSize room = area.size() - QSize(16, 48);
+    resize(size().boundedTo(room).expandedTo(minimumSize()));
+    move(area.x() + (area.width() - frameGeometry().width()) / 2,
+         area.y() + (area.height() - frameGeometry().height()) / 2);
+}
+
+void frmMain::startUp(const QString& commandLine)
+{
+    fitToScreen();
+    m_session->startUp(commandLine);
+}
+
+// --- the session's view ------------------------------------------------------
+
+void frmMain::setCaption(const QString& caption)
+{
+    setWindowTitle(caption.isEmpty() ? kAppTitle : caption);
+}
+
+void frmMain::setPanel(int i, const QString& text, int image)
+{
+    if (i < 1 || i > 3)
+        return;
+    panel[i - 1]->setText(text);
+    if (i == 1)
+        panel[0]->setToolTip(text);
+    scheduleRefresh();
+    if (i == 2) {
+        panelPicture->setPixmap(image ? appicons::treePixmap(image, 16) : QPixmap());
+        panelPicture->setVisible(image != 0);
+    }
+}
+
+void frmMain::setEnabled(const Enabling& enabling)
+{
+    m_enabling = enabling;
+    auto apply = [this](const QString& name, bool on) {
+        if (QAction* a = action(name))
+            a->setEnabled(on && !kMissing.contains(name));
+    };
+    const QString common = QStringLiteral("tlbCommon:");
+    for (const auto& [key, on] : enabling) {
+        if (key.startsWith(common)) {
+            apply(key.mid(common.size()), on);
+        } else if (key == QLatin1String("tlbElements")) {
+            for (const Button& b : kElementButtons)
+                apply(QString::fromLatin1(b.key), on);
+        } else if (key == QLatin1String("tlbAlign")) {
+            for (const Button& b : kAlignButtons)
+                apply(QString::fromLatin1(b.key), on);
+        } else if (key == QLatin1String("mnuSpelling")) {
+            for (const char* n : {"mnuSpelling", "mnuSynonyms", "mnuAntonyms"})
+                apply(QString::fromLatin1(n), on);
+        } else {
+            apply(key, on);
+        }
+    }
+    scheduleRefresh();
+}
+
+void frmMain::scheduleRefresh()
+{
+    // The session states the tools before it records the shown topic, so
+    // the look follows once the command is through.
+    if (m_refreshPending)
+        return;
+    m_refreshPending = true;
+    QTimer::singleShot(0, this, [this] {
+        m_refreshPending = false;
+        refreshReadOnly();
+    });
+}
+
+void frmMain::setDropEnabled(bool on)
+{
+    trvBook->setDropsEnabled(on);
+}
+
+void frmMain::setActElement(const QString& text)
+{
+    labActElement->setText(text);
+    labActElement->setVisible(!text.isEmpty());
+}
+
+void frmMain::setCompleteChecked(bool on)
+{
+    action(QStringLiteral("mnuComplete"))->setChecked(on);
+}
+
+bool frmMain::isOn(const char* key) const
+{
+    auto it = m_enabling.find(QString::fromLatin1(key));
+    return it != m_enabling.end() && it->second;
+}
+
+void frmMain::refreshReadOnly()
+{
+    if (!m_session)
+        return;
+    NodePtr shown = m_session->shownTopic();
+    const bool readOnly = shown && !shown->Removed() && dEdit->browseMode();
+    if (readOnly) {
+        lblReadOnly->setText(m_session->isLocked()
+                                 ? QStringLiteral("Read-only: the project has been exported and is locked.")
+                                 : QStringLiteral("Read-only: the topic is locked as finished."));
+    }
+    lblReadOnly->setVisible(readOnly);
+}
+
+// --- commands ----------------------------------------------------------------
+
+void frmMain::mnuNew_Click()
+{
+    m_session->resetWorkspace();
+}
+
+QString frmMain::askOpenPath(QWidget* parent, const QString& filter)
+{
+    QFileDialog dlg(parent);
+    dlg.setObjectName(QStringLiteral("cdlOpenSave"));
+    dlg.setWindowTitle(QStringLiteral("Open Project"));
+    dlg.setAcceptMode(QFileDialog::AcceptOpen);
+    dlg.setFileMode(QFileDialog::ExistingFile);
+    dlg.setNameFilter(filter);
+    if (dlg.exec() != QDialog::Accepted || dlg.selectedFiles().isEmpty())
+        return QString();
+    return dlg.selectedFiles().constFirst();
+}
+
+void frmMain::mnuOpen_Click()
+{
+    if (m_session->askSaveTopic())
+        return;
+    const QString path = m_openPath ? m_openPath(this, kOpenFilter) : askOpenPath(this, kOpenFilter);
+    if (path.isEmpty())
+        return;
+    m_session->openProject(path);
+}
+
+void frmMain::mnuSave_Click()
+{
+    m_session->mnuSave();
+    refreshReadOnly();
+}
+
+void frmMain::mnuExit_Click()
+{
+    if (close())
+        QCoreApplication::quit();
+}
+
+void frmMain::mnuUndo_Click()
+{
+    if (isOn("mnuUndo"))
+        dEdit->undo();
+}
+
+void frmMain::mnuRedo_Click()
+{
+    if (isOn("mnuRedo"))
+        dEdit->redo();
+}
+
+void frmMain::mnuCopy_Click()
+{
+    if (!isOn("mnuCopy"))
+        return;
+    dEdit->copy();
+    m_lastCopiedText = QGuiApplication::clipboard()->text();
+    m_lastCopiedHTML = dEdit->selectionHTML();
+}
+
+void frmMain::mnuCut_Click()
+{
+    if (!isOn("mnuCut"))
+        return;
+    m_lastCopiedHTML = dEdit->selectionHTML();
+    dEdit->cut();
+    m_lastCopiedText = QGuiApplication::clipboard()->text();
+}
+
+void frmMain::mnuPaste_Click()
+{
+    if (!isOn("mnuPaste"))
+        return;
+    QString text = QGuiApplication::clipboard()->text();
+    if (text.isEmpty())
+        return;
+    const QString tag = dEdit->runScript(QString::fromLatin1(kSelectionTag)).toString().toUpper();
+    const bool ours = !m_lastCopiedText.isEmpty() && text == m_lastCopiedText;
+    static const QStringList inline_ = {QStringLiteral("EM"), QStringLiteral("H1"), QStringLiteral("A"),
+                                        QStringLiteral("STRONG")};
+    if (inline_.contains(tag)) {
+        // Foreign text never goes into these elements.
+        if (ours)
+            dEdit->pasteHTML(text);
+        return;
+    }
+    if (ours) {
+        // A pasted copy gets anchors of its own and no translation ids.
+        QString html = m_lastCopiedHTML;
+        static const QRegularExpression anchor(QStringLiteral("<a class=\"?anchor\"?[^>]*>"),
+                                               QRegularExpression::CaseInsensitiveOption);
+        QString out;
+        qsizetype from = 0;
+        for (auto it = anchor.globalMatch(html); it.hasNext();) {
+            const QRegularExpressionMatch m = it.next();
+            out += html.mid(from, m.capturedStart() - from);
+            out += QStringLiteral("<a class=\"anchor\" name=\"") + m_session->project().getNewAnchorID() +
+                   QStringLiteral("\">");
+            from = m.capturedEnd();
+        }
+        out += html.mid(from);
+        static const QRegularExpression transid(QStringLiteral(" transid=(\"[^\"]*\"|'[^']*'|[^ >]*)"),
+                                                QRegularExpression::CaseInsensitiveOption);
+        out.remove(transid);
+        dEdit->pasteHTML(out);
+        return;
+    }
+    text.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
+    text.replace(QLatin1Char('\r'), QLatin1Char('\n'));
+    static const QStringList blocks = {QStringLiteral("LI"), QStringLiteral("DD"), QStringLiteral("TD")};
+    if (blocks.contains(tag)) {
+        text.replace(QLatin1Char('\n'), QLatin1Char(' '));
+        dEdit->pasteHTML(text);
+    } else {
+        text.replace(QLatin1Char('\n'), QStringLiteral("</p><p>"));
+        dEdit->pasteHTML(QStringLiteral("<p>") + text + QStringLiteral("</p>"));
+    }
+}
+
+void frmMain::mnuFind_Click()
+{
+    if (isOn("mnuFind"))
+        findBar->open();
+}
+
+void frmMain::mnuAbout_Click()
+{
+    frmAbout dlg(this);
+    dlg.exec();
+}
+
+void frmMain::mnuDebug_Click()
+{
+    if (!m_debug) {
+        m_debug = new frmDebug(this);
+        m_debug->setAttribute(Qt::WA_DeleteOnClose);
+    }
+    Session& s = *m_session;
+    m_debug->add(QStringLiteral("--- ") + QDateTime::currentDateTime().toString(Qt::ISODate));
+    m_debug->add(QStringLiteral("Project: ") + (s.isOpen() ? s.project().GetProjectFile() : QString()));
+    m_debug->add(QStringLiteral("Language: ") + currentLanguage());
+    m_debug->add(QStringLiteral("Locked: ") + (s.isLocked() ? QStringLiteral("yes") : QStringLiteral("no")));
+    if (NodePtr t = s.shownTopic())
+        m_debug->add(QStringLiteral("Topic: ") + s.topic().ID + QStringLiteral(" ") + t->FullPath() +
+                     QStringLiteral(" (") + s.topic().State + QStringLiteral(", ") + s.topic().Stamp +
+                     QStringLiteral(")"));
+    if (NodePtr c = s.selectedChapter())
+        m_debug->add(QStringLiteral("Chapter: ") + c->FullPath());
+    m_debug->add(QStringLiteral("Surface: ") + (dEdit->browseMode() ? QStringLiteral("read-only") : QStringLiteral("editable")) +
+                 (dEdit->isDirty() ? QStringLiteral(", changed") : QString()));
+    for (const auto& [key, on] : s.enabling())
+        m_debug->add(QStringLiteral("  ") + key + QStringLiteral(" = ") + (on ? QStringLiteral("on") : QStringLiteral("off")));
+    m_debug->show();
+    m_debug->raise();
+}
+
+void frmMain::elementCommand(const QString& key)
+{
+    // The element and table commands are not part of this program yet.
+    Q_UNUSED(key);
+}
+
+// --- the tree ------------------------------------------------------------------
+
+void frmMain::popup(QMenu* menu, const QPoint& globalPos)
+{
+    if (m_popup)
+        m_popup(menu, globalPos);
+    else
+        menu->exec(globalPos);
+    // The keyword dialog would open here, outside the menu.
+    m_session->keywordDialogPending = false;
+}
+
+void frmMain::treeMouseUp(const NodePtr& node, Qt::MouseButton button, const QPoint& globalPos)
+{
+    Session& s = *m_session;
+    if (button == Qt::LeftButton && node) {
+        m_dragSource = node;
+        s.clickOnTopic(node);
+        return;
+    }
+    if (s.isLocked()) {
+        if (button == Qt::RightButton && node && node->Tag == QLatin1String("book")) {
+            s.clickOnTopic(node);
+            popup(menu(QStringLiteral("mnuLockedBook")), globalPos);
+        }
+        return;
+    }
+    if (button != Qt::RightButton)
+        return;
+    if (!node) {
+        if (s.tree().Roots().empty()) {
+            action(QStringLiteral("mnuInsertBook"))->setVisible(true);
+            for (const char* n : {"mnuInsertChapterToBook", "mnuBookSeparator", "mnuDeleteBook", "mnuBookSeparator2",
+                                  "mnuBookProperties"})
+                action(QString::fromLatin1(n))->setVisible(false);
+            popup(menu(QStringLiteral("mnuBook")), globalPos);
+        }
+        return;
+    }
+    s.tree().Select(node);
+    s.clickOnTopic(node);
+    if (node->Removed())
+        return;
+    if (node->Tag == QLatin1String("book")) {
+        action(QStringLiteral("mnuInsertBook"))->setVisible(false);
+        for (const char* n : {"mnuInsertChapterToBook", "mnuBookSeparator", "mnuDeleteBook", "mnuBookSeparator2",
+                              "mnuBookProperties"})
+            action(QString::fromLatin1(n))->setVisible(true);
+        popup(menu(QStringLiteral("mnuBook")), globalPos);
+    } else if (node->Tag == QLatin1String("chapter")) {
+        popup(menu(QStringLiteral("mnuChapter")), globalPos);
+    } else if (node->Tag == QLatin1String("topic")) {
+        // A save prompt answered with Cancel keeps the old topic: no menu.
+        if (s.shownTopic() != node)
+            return;
+        const bool complete = s.topic().State == QLatin1String("complete");
+        action(QStringLiteral("mnuComplete"))->setChecked(complete);
+        action(QStringLiteral("mnuIndex"))->setEnabled(!complete && !kMissing.contains(QStringLiteral("mnuIndex")));
+        popup(menu(QStringLiteral("mnuTopic")), globalPos);
+    }
+}
+
+void frmMain::treeDrop(const NodePtr& source, const NodePtr& target)
+{
+    if (!m_session->dropEnabled() || !source || !target)
+        return;
+    m_session->dropNode(source, target);
+}
+
+bool frmMain::openTopic(const QString& idOrPath)
+{
+    Session& s = *m_session;
+    NodePtr root = s.tree().Root();
+    if (!root)
+        return false;
+    NodePtr node = s.tree().FindKey(idOrPath);
+    if (!node)
+        node = s.tree().FindPath(root->Text + QLatin1Char('\\') + idOrPath);
+    if (!node || node->Tag != QLatin1String("topic"))
+        return false;
+    s.clickOnTopic(node);
+    return s.shownTopic() == node;
+}
+
+// --- the page's menu ---------------------------------------------------------------
+
+void frmMain::surfaceMenu(const QPoint& pos)
+{
+    QMenu* m = menu(QStringLiteral("mnuSurface"));
+    m->clear();
+    Session& s = *m_session;
+    const bool editable = s.shownTopic() && s.topic().State == QLatin1String("uncomplete") && !dEdit->browseMode();
+    QString kind;
+    if (editable)
+        kind = dEdit->runScript(QString::fromLatin1(kKindAt).arg(pos.x()).arg(pos.y())).toString();
+    if (kind == QLatin1String("link") || kind == QLatin1String("image")) {
+        m->addAction(action(QStringLiteral("mnuEditElement")));
+        QAction* del = action(QStringLiteral("mnuDeleteElement"));
+        del->disconnect(this);
+        connect(del, &QAction::triggered, this, [this, pos] {
+            dEdit->runScript(QString::fromLatin1(kDeleteAt).arg(pos.x()).arg(pos.y()));
+        });
+        m->addAction(del);
+    } else if (kind == QLatin1String("text")) {
+        m->addAction(action(QStringLiteral("mnuSpelling")));
+        m->addAction(action(QStringLiteral("mnuSynonyms")));
+        m->addAction(action(QStringLiteral("mnuAntonyms")));
+    }
+    if (!m->isEmpty())
+        m->addSeparator();
+    m->addAction(action(QStringLiteral("mnuCut")));
+    m->addAction(action(QStringLiteral("mnuCopy")));
+    m->addAction(action(QStringLiteral("mnuPaste")));
+    popup(m, dEdit->mapToGlobal(pos));
+}
+
+// --- leaving, keys -------------------------------------------------------------------
+
+void frmMain::closeEvent(QCloseEvent* event)
+{
+    if (!m_session->queryUnload()) {
+        event->ignore();
+        return;
+    }
+    event->accept();
+}
+
+bool frmMain::inEditArea(QObject* watched) const
+{
+    auto* w = qobject_cast<QWidget*>(watched);
+    if (!w || w->window() != this)
+        return false;
+    return w == dEdit || dEdit->isAncestorOf(w) || w == trvBook || trvBook->isAncestorOf(w);
+}
+
+// The keys of the page and the tree: Ctrl with a letter runs the window's
+// command or nothing, so the page's own shortcuts (Ctrl+I, Ctrl+U, ...) never
+// change the topic behind the system's back. Ctrl+A stays with the page.
+bool frmMain::handleKey(QKeyEvent* event)
+{
+    const bool run = event->type() == QEvent::KeyPress;
+    const Qt::KeyboardModifiers mods = event->modifiers();
+    const int key = event->key();
+    if ((mods & Qt::ControlModifier) && !(mods & (Qt::AltModifier | Qt::MetaModifier))) {
+        if (isModifierKey(key) || isCaretKey(key) || key == Qt::Key_A)
+            return false;
+        if (!isLetter(key) || !run)
+            return true;
+        switch (key) {
+        case Qt::Key_B: elementCommand(QStringLiteral("Sign")); break;
+        case Qt::Key_C: mnuCopy_Click(); break;
+        case Qt::Key_F: mnuFind_Click(); break;
+        case Qt::Key_O: mnuOpen_Click(); break;
+        case Qt::Key_S: mnuSave_Click(); break;
+        case Qt::Key_V: mnuPaste_Click(); break;
+        case Qt::Key_X: mnuCut_Click(); break;
+        case Qt::Key_Y: mnuRedo_Click(); break;
+        case Qt::Key_Z:
+            if (mods & Qt::ShiftModifier)
+                mnuRedo_Click();
+            else
+                mnuUndo_Click();
+            break;
+        default: break;
+        }
+        return true;
+    }
+    if (key == Qt::Key_F1 && !(mods & (Qt::ControlModifier | Qt::AltModifier | Qt::ShiftModifier))) {
+        if (run)
+            mnuAbout_Click();
+        return true;
+    }
+    return false;
+}
+
+bool frmMain::eventFilter(QObject* watched, QEvent* event)
+{
+    const QEvent::Type t = event->type();
+    if ((t == QEvent::KeyPress || t == QEvent::ShortcutOverride) && inEditArea(watched)) {
+        auto* key = static_cast<QKeyEvent*>(event);
+        if (handleKey(key)) {
+            // Taking the override keeps the same key from firing a menu
+            // shortcut as well; the key press that follows runs it once.
+            event->accept();
+            return true;
+        }
+    }
+    return QMainWindow::eventFilter(watched, event);
+}

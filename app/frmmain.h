@@ -1,0 +1,147 @@
+#pragma once
+// The main window: the book tree on the left, the editing surface on the
+// right, menus, toolbars and the status bar around them. It owns the session
+// and shows it (SessionView); every command goes to the session, which holds
+// the logic. Boxes go through the MsgBox given, so tests can script them.
+#include "frmbook.h"
+#include "session.h"
+
+#include <QHash>
+#include <QMainWindow>
+#include <QPointer>
+#include <QString>
+
+#include <functional>
+#include <memory>
+
+class BookTreeWidget;
+class FindBar;
+class MsgBox;
+class QAction;
+class QLabel;
+class QMenu;
+class QSplitter;
+class QStatusBar;
+class QToolBar;
+class WebSurface;
+class frmDebug;
+
+class frmMain : public QMainWindow, public SessionView {
+    Q_OBJECT
+public:
+    // The filter of the open dialog, as the file dialog wants it.
+    static const QString kOpenFilter;
+
+    explicit frmMain(MsgBox& box, QWidget* parent = nullptr);
+    ~frmMain() override;
+
+    Session& session() { return *m_session; }
+
+    // Start-up: fits the window to the screen, then the session's start with
+    // the command line (a project path, plain or in double quotes).
+    void startUp(const QString& commandLine);
+
+    // Replaceable dialogs, for tests and scripts.
+    using OpenPathFn = std::function<QString(QWidget* parent, const QString& filter)>;
+    using TitleFn = std::function<bool(const QString& caption, const QString& label, const QString& button,
+                                       QString& text)>;
+    using PopupFn = std::function<void(QMenu* menu, const QPoint& globalPos)>;
+    void setOpenPath(OpenPathFn fn) { m_openPath = std::move(fn); }
+    void setNewProjectPath(frmBook::SavePathFn fn) { m_newProjectPath = std::move(fn); }
+    void setLanguageFile(const QString& path) { m_langFile = path; }
+    // Null: the real frmTopicTitle.
+    void setTitleDialog(TitleFn fn) { m_titleDialog = std::move(fn); }
+    // Null: QMenu::exec.
+    void setPopup(PopupFn fn) { m_popup = std::move(fn); }
+
+    // The file dialog of mnuOpen.
+    static QString askOpenPath(QWidget* parent, const QString& filter);
+
+    // The tree's mouse-up: node (null on empty space), button, screen point.
+    void treeMouseUp(const NodePtr& node, Qt::MouseButton button, const QPoint& globalPos);
+    // A drop on the tree, as the tree reports it.
+    void treeDrop(const NodePtr& source, const NodePtr& target);
+    // Shows a topic given by id or by its path below the book; false when
+    // there is none.
+    bool openTopic(const QString& idOrPath);
+
+    // An action by its name (menu items, toolbar keys, context menu items).
+    QAction* action(const QString& name) const { return m_actions.value(name); }
+    QMenu* menu(const QString& name) const { return m_menus.value(name); }
+
+    // The widgets, by their names.
+    BookTreeWidget* trvBook = nullptr;
+    WebSurface* dEdit = nullptr;
+    QLabel* labActElement = nullptr;
+    QStatusBar* sbrStatus = nullptr;
+    QToolBar* tlbCommon = nullptr;
+    QToolBar* tlbElements = nullptr;
+    QToolBar* tlbAlign = nullptr;
+    FindBar* findBar = nullptr;
+    QLabel* lblReadOnly = nullptr;
+    QSplitter* splMain = nullptr;
+    QLabel* panel[3] = {nullptr, nullptr, nullptr};
+    QLabel* panelPicture = nullptr;
+
+    // SessionView
+    void setCaption(const QString& caption) override;
+    void setPanel(int i, const QString& text, int image) override;
+    void setEnabled(const Enabling& enabling) override;
+    void setDropEnabled(bool on) override;
+    void setActElement(const QString& text) override;
+    void setCompleteChecked(bool on) override;
+    using QMainWindow::setEnabled;
+
+public slots:
+    void mnuNew_Click();
+    void mnuOpen_Click();
+    void mnuSave_Click();
+    void mnuExit_Click();
+    void mnuUndo_Click();
+    void mnuRedo_Click();
+    void mnuCopy_Click();
+    void mnuPaste_Click();
+    void mnuCut_Click();
+    void mnuFind_Click();
+    void mnuAbout_Click();
+    void mnuDebug_Click();
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    QAction* makeAction(const QString& name, const QString& text, QObject* parent = nullptr);
+    void buildActions();
+    void buildMenus();
+    void buildToolbars();
+    void buildStatusBar();
+    void buildCentre();
+    void wireSession();
+    void elementCommand(const QString& key);
+    void popup(QMenu* menu, const QPoint& globalPos);
+    void surfaceMenu(const QPoint& pos);
+    bool isOn(const char* key) const;
+    void refreshReadOnly();
+    void scheduleRefresh();
+    void fitToScreen();
+    bool handleKey(QKeyEvent* event);
+    bool inEditArea(QObject* watched) const;
+
+    MsgBox& m_box;
+    std::unique_ptr<Session> m_session;
+    QHash<QString, QAction*> m_actions;
+    QHash<QString, QMenu*> m_menus;
+    Enabling m_enabling;
+    OpenPathFn m_openPath;
+    frmBook::SavePathFn m_newProjectPath;
+    QString m_langFile;
+    TitleFn m_titleDialog;
+    PopupFn m_popup;
+    NodePtr m_dragSource;
+    QPointer<frmDebug> m_debug;
+    bool m_refreshPending = false;
+    // What the last Copy or Cut of this program put on the clipboard.
+    QString m_lastCopiedText;
+    QString m_lastCopiedHTML;
+};
