@@ -185,8 +185,18 @@ const char* const kScript = R"JS(
     return true;
   };
   E.clearHistory = function () { E.undos = []; E.redos = []; E.last = null; E.typing = null; return true; };
+  // An empty paragraph keeps a line's height, so that the caret can stand
+  // in it (the paragraph behind an inserted table).
+  function style() {
+    if (!document.head || document.getElementById('quillary-edit-style')) return;
+    var s = document.createElement('style');
+    s.id = 'quillary-edit-style';
+    s.textContent = 'p:empty, dd:empty, li:empty, h1:empty { min-height: 1.2em; }';
+    document.head.appendChild(s);
+  }
   // A new content of the page starts a new history.
   function hook() {
+    style();
     var q = window.__q;
     if (q && !q.__qeHooked && q.setBody) {
       var setBody = q.setBody;
@@ -514,6 +524,8 @@ const char* const kScript = R"JS(
         else { dl = document.createElement('dl'); n.parentNode.insertBefore(dl, n); dl.appendChild(n); }
       }
     });
+    // A paragraph made a note next to a note joins it.
+    if (dl) joinLists(dl);
     restoreSel(s, map);
     return true;
   }

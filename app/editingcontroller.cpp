@@ -20,6 +20,7 @@
 #include <QLabel>
 #include <QMenu>
 #include <QMimeData>
+#include <QTimer>
 #include <QToolBar>
 #include <QWebEnginePage>
 #include <QWebEngineScript>
@@ -83,13 +84,26 @@ EditingController::EditingController(WebSurface* surface, Session& session, QObj
     agent.setWorldId(QWebEngineScript::ApplicationWorld);
     agent.setRunsOnSubFrames(false);
     surface->page()->scripts().insert(agent);
-    connect(surface, &WebSurface::displayChanged, this, &EditingController::updateDisplay);
+    // Queued: the note arrives inside the page's own message, where no call
+    // to the page can be answered.
+    connect(surface, &WebSurface::displayChanged, this, &EditingController::updateDisplay, Qt::QueuedConnection);
 }
 
-EditingController::~EditingController() = default;
+EditingController::~EditingController()
+{
+    if (!m_surface)
+        return;
+    m_surface->removeEventFilter(this);
+    if (m_keyTarget)
+        m_keyTarget->removeEventFilter(this);
+    QWebEngineScriptCollection& scripts = m_surface->page()->scripts();
+    for (const QWebEngineScript& s : scripts.find(QStringLiteral("quillary-edit-agent")))
+        scripts.remove(s);
+}
 
 void EditingController::attachToolbars(QToolBar* elements, QToolBar* align, QLabel* label, bool connectClicks)
 {
+    m_actions.clear();
     for (QToolBar* bar : {elements, align}) {
         if (!bar)
             continue;
@@ -135,10 +149,18 @@ void EditingController::watchFocusProxy()
 bool EditingController::eventFilter(QObject* watched, QEvent* event)
 {
     const QEvent::Type t = event->type();
-    if ((t == QEvent::KeyPress || t == QEvent::ShortcutOverride) &&
+    if ((t == QEvent::KeyPress || t == QEvent::ShortcutOverride || t == QEvent::KeyRelease) &&
         (watched == m_surface || watched == m_keyTarget)) {
         auto* k = static_cast<QKeyEvent*>(event);
-        if (handleKey(k->key(), k->modifiers(), t == QEvent::KeyPress)) {
+        if (t == QEvent::KeyRelease) {
+            // The page never sees the release of a key whose press it did not get.
+            if (m_swallowed.remove(k->key())) {
+                event->accept();
+                return true;
+            }
+        } else if (handleKey(k->key(), k->modifiers(), t == QEvent::KeyPress)) {
+            if (t == QEvent::KeyPress)
+                m_swallowed.insert(k->key());
             event->accept();
             return true;
         }
@@ -230,7 +252,15 @@ void EditingController::apply(const ToolState& s)
 void EditingController::updateDisplay()
 {
     if (m_updating || m_inCommand) {
-        m_again = true;
+        // Comes again when the page is free; the handles of the running
+        // command must not be spent by a second question to the page.
+        if (!m_again) {
+            m_again = true;
+            QTimer::singleShot(10, this, [this] {
+                m_again = false;
+                updateDisplay();
+            });
+        }
         return;
     }
     watchFocusProxy();
@@ -238,7 +268,6 @@ void EditingController::updateDisplay()
         return;
     m_updating = true;
     for (int round = 0; round < kMaxRounds; ++round) {
-        m_again = false;
         const Facts f = facts();
         if (!f.valid)
             break;
@@ -267,11 +296,22 @@ void EditingController::updateDisplay()
 bool EditingController::handleKey(int qtKey, Qt::KeyboardModifiers modifiers, bool runIt)
 {
     const bool ctrl = (modifiers & Qt::ControlModifier) && !(modifiers & (Qt::AltModifier | Qt::MetaModifier));
-    Facts f;
-    // Only these keys depend on where the caret stands.
-    if (!ctrl && runIt && active())
-        f = facts();
-    const KeyDecision d = keyFilter(qtKey, ctrl, f);
+    KeyDecision d;
+    if (!runIt || !m_decided || m_decidedKey != qtKey) {
+        CommandScope scope(m_inCommand);
+        Facts f;
+        // Only keys without Ctrl depend on where the caret stands.
+        if (!ctrl && active())
+            f = facts();
+        d = keyFilter(qtKey, ctrl, f);
+    } else {
+        d = m_decision;
+    }
+    // The override before a press decides for the press as well: the page
+    // must not prepare for a key that it does not get.
+    m_decided = !runIt;
+    m_decidedKey = qtKey;
+    m_decision = d;
     if (d.action == KeyAction::Pass)
         return false;
     if (!runIt)
@@ -279,10 +319,7 @@ bool EditingController::handleKey(int qtKey, Qt::KeyboardModifiers modifiers, bo
     switch (d.action) {
     case KeyAction::Pass:
     case KeyAction::Swallow: break;
-    case KeyAction::DeleteObject:
-        run({op(QStringLiteral("removeObject"), d.ref)}, true);
-        updateDisplay();
-        break;
+    case KeyAction::DeleteObject: removeObject(d.ref); break;
     case KeyAction::Help: emit commandRequested(QStringLiteral("help")); break;
     case KeyAction::Sign: toggleSign(); break;
     case KeyAction::Copy: copy(); break;
@@ -320,12 +357,12 @@ void EditingController::contextMenuAction(int index)
         if (index == 0)
             elementCommand(QStringLiteral("Link"));
         else if (index == 1)
-            run({op(QStringLiteral("removeObject"), e->ref)}, true);
+            removeObject(e->ref);
     } else if (const Node* w = wrapperAround(f, "image")) {
         if (index == 0)
             elementCommand(QStringLiteral("Image"));
         else if (index == 1)
-            run({op(QStringLiteral("removeObject"), w->ref)}, true);
+            removeObject(w->ref);
     } else {
         static const char* const tools[] = {"mnuSpelling", "mnuSynonyms", "mnuAntonyms"};
         if (index >= 0 && index < 3)
@@ -352,13 +389,23 @@ void EditingController::showContextMenu(const QPoint& pos)
         menu.exec(global);
 }
 
+void EditingController::removeObject(int ref)
+{
+    {
+        CommandScope scope(m_inCommand);
+        run({op(QStringLiteral("removeObject"), ref)}, true);
+    }
+    updateDisplay();
+}
+
 // --- clipboard and history -------------------------------------------------------------
 
 void EditingController::copy()
 {
+    CommandScope scope(m_inCommand);
     const QVariantMap info = call(QStringLiteral("window.__qe.copyInfo()")).toMap();
     const QString text = info.value(QStringLiteral("text")).toString();
-    if (text.isEmpty())
+    if (text.isEmpty() && info.value(QStringLiteral("html")).toString().isEmpty())
         return;
     auto* data = new QMimeData;
     data->setText(text);
@@ -372,17 +419,20 @@ void EditingController::cut()
 {
     if (!active())
         return;
-    const QVariantMap info = call(QStringLiteral("window.__qe.copyInfo()")).toMap();
-    const QString text = info.value(QStringLiteral("text")).toString();
-    if (text.isEmpty())
-        return;
-    m_lastHTML = info.value(QStringLiteral("html")).toString();
-    auto* data = new QMimeData;
-    data->setText(text);
-    data->setHtml(m_lastHTML);
-    QApplication::clipboard()->setMimeData(data);
-    run({op(QStringLiteral("deleteSelection"))}, true);
-    m_lastText = QApplication::clipboard()->text();
+    {
+        CommandScope scope(m_inCommand);
+        const QVariantMap info = call(QStringLiteral("window.__qe.copyInfo()")).toMap();
+        const QString text = info.value(QStringLiteral("text")).toString();
+        if (text.isEmpty())
+            return;
+        m_lastHTML = info.value(QStringLiteral("html")).toString();
+        auto* data = new QMimeData;
+        data->setText(text);
+        data->setHtml(m_lastHTML);
+        QApplication::clipboard()->setMimeData(data);
+        run({op(QStringLiteral("deleteSelection"))}, true);
+        m_lastText = QApplication::clipboard()->text();
+    }
     updateDisplay();
 }
 
@@ -393,16 +443,20 @@ void EditingController::paste()
     const QString text = QApplication::clipboard()->text();
     if (text.isEmpty())
         return;
-    const Facts f = facts();
-    const Node* e = f.element();
-    const PasteDecision d =
-        planPaste(text, m_lastText, m_lastHTML, e ? e->tag : QString(), queryStatus(f, CmdPaste),
-                  [this] { return m_session.project().getNewAnchorID(); });
-    if (!d.paste)
-        return;
-    run({op(QStringLiteral("paste"), -1,
-            {{QStringLiteral("html"), d.html}, {QStringLiteral("merge"), !d.internal}})},
-        true);
+    {
+        CommandScope scope(m_inCommand);
+        const Facts f = facts();
+        const Node* e = f.element();
+        const PasteDecision d =
+            planPaste(text, m_lastText, m_lastHTML, e ? e->tag : QString(), queryStatus(f, CmdPaste),
+                      [this] { return m_session.project().getNewAnchorID(); });
+        if (!d.paste)
+            return;
+        // Foreign lines join the text on either side; copied blocks stay blocks.
+        run({op(QStringLiteral("paste"), -1,
+                {{QStringLiteral("html"), d.html}, {QStringLiteral("merge"), !d.internal}})},
+            true);
+    }
     updateDisplay();
 }
 
@@ -410,8 +464,12 @@ void EditingController::undo()
 {
     if (!active())
         return;
-    run({op(QStringLiteral("undo"))}, false);
+    // The flag first: an update that comes during the call already sees it.
     m_undoFlag = true;
+    {
+        CommandScope scope(m_inCommand);
+        run({op(QStringLiteral("undo"))}, false);
+    }
     updateDisplay();
 }
 
@@ -419,7 +477,10 @@ void EditingController::redo()
 {
     if (!active())
         return;
-    run({op(QStringLiteral("redo"))}, false);
+    {
+        CommandScope scope(m_inCommand);
+        run({op(QStringLiteral("redo"))}, false);
+    }
     updateDisplay();
 }
 
@@ -429,13 +490,16 @@ void EditingController::toggleSign()
 {
     if (!active())
         return;
-    const Facts f = facts();
-    const int s = queryStatus(f, CmdBold);
-    if (s == NotSupported || s == Disabled)
-        return;
-    // Latched, the command takes the bold off (the surface's REMOVEFORMAT);
-    // otherwise it puts it on. Either way the page's bold gives STRONG.
-    run({op(QStringLiteral("native"), -1, {{QStringLiteral("command"), QStringLiteral("bold")}})}, true);
+    {
+        CommandScope scope(m_inCommand);
+        const Facts f = facts();
+        const int s = queryStatus(f, CmdBold);
+        if (s == NotSupported || s == Disabled)
+            return;
+        // Latched, the command takes the bold off (the surface's REMOVEFORMAT);
+        // otherwise it puts it on. Either way the page's bold gives STRONG.
+        run({op(QStringLiteral("native"), -1, {{QStringLiteral("command"), QStringLiteral("bold")}})}, true);
+    }
     updateDisplay();
 }
 
@@ -463,6 +527,7 @@ void EditingController::elementCommand(const QString& key)
             if (key == QLatin1String("Sign")) {
                 m_inCommand = false;
                 toggleSign();
+                m_inCommand = true;
             } else if (key == QLatin1String("Link")) {
                 linkCommand(f);
             } else if (key == QLatin1String("Table")) {

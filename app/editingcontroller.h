@@ -7,6 +7,7 @@
 #include "editrules.h"
 
 #include <QHash>
+#include <QSet>
 #include <QObject>
 #include <QPointer>
 #include <QString>
@@ -99,6 +100,7 @@ private:
     void linkCommand(editrules::Facts f);
     void imageCommand(editrules::Facts f);
     void tableCommand();
+    void removeObject(int ref);
     void alignCommand(const QString& key, const editrules::Facts& f);
     void watchFocusProxy();
     QWidget* dialogParent() const;
@@ -115,6 +117,10 @@ private:
     bool m_inCommand = false;
     bool m_undoFlag = false;
     bool m_pasteRequested = false;
+    QSet<int> m_swallowed; // keys whose press was taken
+    bool m_decided = false; // a ShortcutOverride decided for the next press
+    int m_decidedKey = 0;
+    editrules::KeyDecision m_decision;
     QString m_lastText;
     QString m_lastHTML;
 };

@@ -1,5 +1,7 @@
 #include "frmmain.h"
 
+#include "editingcontroller.h"
+
 #include "booktreewidget.h"
 #include "findbar.h"
 #include "frmabout.h"
@@ -67,16 +69,11 @@ const Button kAlignButtons[] = {
 const QStringList kMissing = {
     QStringLiteral("mnuOutput"),     QStringLiteral("mnuVerify"),      QStringLiteral("mnuBackup"),
     QStringLiteral("mnuExport"),     QStringLiteral("mnuImport"),      QStringLiteral("mnuContextHelp"),
-    QStringLiteral("mnuNewLanguage"), QStringLiteral("mnuIndex"),      QStringLiteral("mnuSpelling"),
-    QStringLiteral("mnuSynonyms"),   QStringLiteral("mnuAntonyms"),    QStringLiteral("mnuEditElement"),
+    QStringLiteral("mnuNewLanguage"), QStringLiteral("mnuSpelling"),
+    QStringLiteral("mnuSynonyms"),   QStringLiteral("mnuAntonyms"),
 };
 
 // The element the caret stands in (the start of the selection), by tag.
-const char* const kSelectionTag =
-    "(function(){var s=getSelection();if(!s||s.rangeCount===0)return '';"
-    "var r=s.getRangeAt(0).cloneRange();r.collapse(true);var n=r.startContainer;"
-    "if(n.nodeType!==1)n=n.parentNode;return n&&n.tagName?n.tagName:'';})()";
-
 // What lies at a point of the page: "link", "image", "text" (a selection)
 // or "".
 const char* const kKindAt =
@@ -85,11 +82,13 @@ const char* const kKindAt =
     "var p=e.closest('p');if(p&&p.getAttribute('title')==='image')return 'image';}"
     "var s=getSelection();return s&&s.rangeCount>0&&!s.isCollapsed?'text':'';})(%1,%2)";
 
-const char* const kDeleteAt =
+// Puts the caret into the link or image at a point, so that the editing
+// commands act on it.
+const char* const kCaretAt =
     "(function(x,y){var e=document.elementFromPoint(x,y);if(!e)return false;"
-    "var a=e.closest('a');if(a&&a.getAttribute('href')){a.remove();return true;}"
-    "var p=e.closest('p');if(p&&p.getAttribute('title')==='image'){p.remove();return true;}"
-    "return false;})(%1,%2)";
+    "var t=e.closest('a')||e.closest('p[title=image]');if(!t)return false;"
+    "var r=document.createRange();r.selectNodeContents(t);r.collapse(true);"
+    "var s=getSelection();s.removeAllRanges();s.addRange(r);return true;})(%1,%2)";
 
 bool isLetter(int key)
 {
@@ -136,6 +135,23 @@ frmMain::frmMain(MsgBox& box, QWidget* parent) : QMainWindow(parent), m_box(box)
     buildCentre();
     buildStatusBar();
     wireSession();
+
+    // The editing rules and the element commands of the surface.
+    m_editing = new EditingController(dEdit, *m_session, this);
+    m_editing->attachToolbars(tlbElements, tlbAlign, labActElement, false);
+    m_editing->attachSurface(true, false);
+    connect(m_editing, &EditingController::commandRequested, this, [this](const QString& c) {
+        if (c == QLatin1String("mnuFind"))
+            mnuFind_Click();
+        else if (c == QLatin1String("mnuOpen"))
+            mnuOpen_Click();
+        else if (c == QLatin1String("mnuSave"))
+            mnuSave_Click();
+        else if (c == QLatin1String("help"))
+            mnuAbout_Click();
+    });
+    connect(action(QStringLiteral("mnuIndex")), &QAction::triggered, this,
+            [this] { m_session->keywordDialogPending = true; });
 
     resize(1200, 800);
     fitToScreen();
@@ -629,6 +645,8 @@ void frmMain::refreshReadOnly()
                                  : QStringLiteral("Read-only: the topic is locked as finished."));
     }
     lblReadOnly->setVisible(readOnly);
+    if (m_editing)
+        m_editing->updateDisplay();
 }
 
 // --- commands ----------------------------------------------------------------
@@ -676,81 +694,31 @@ void frmMain::mnuExit_Click()
 void frmMain::mnuUndo_Click()
 {
     if (isOn("mnuUndo"))
-        dEdit->undo();
+        m_editing->undo();
 }
 
 void frmMain::mnuRedo_Click()
 {
     if (isOn("mnuRedo"))
-        dEdit->redo();
+        m_editing->redo();
 }
 
 void frmMain::mnuCopy_Click()
 {
-    if (!isOn("mnuCopy"))
-        return;
-    dEdit->copy();
-    m_lastCopiedText = QGuiApplication::clipboard()->text();
-    m_lastCopiedHTML = dEdit->selectionHTML();
+    if (isOn("mnuCopy"))
+        m_editing->copy();
 }
 
 void frmMain::mnuCut_Click()
 {
-    if (!isOn("mnuCut"))
-        return;
-    m_lastCopiedHTML = dEdit->selectionHTML();
-    dEdit->cut();
-    m_lastCopiedText = QGuiApplication::clipboard()->text();
+    if (isOn("mnuCut"))
+        m_editing->cut();
 }
 
 void frmMain::mnuPaste_Click()
 {
-    if (!isOn("mnuPaste"))
-        return;
-    QString text = QGuiApplication::clipboard()->text();
-    if (text.isEmpty())
-        return;
-    const QString tag = dEdit->runScript(QString::fromLatin1(kSelectionTag)).toString().toUpper();
-    const bool ours = !m_lastCopiedText.isEmpty() && text == m_lastCopiedText;
-    static const QStringList inline_ = {QStringLiteral("EM"), QStringLiteral("H1"), QStringLiteral("A"),
-                                        QStringLiteral("STRONG")};
-    if (inline_.contains(tag)) {
-        // Foreign text never goes into these elements.
-        if (ours)
-            dEdit->pasteHTML(text);
-        return;
-    }
-    if (ours) {
-        // A pasted copy gets anchors of its own and no translation ids.
-        QString html = m_lastCopiedHTML;
-        static const QRegularExpression anchor(QStringLiteral("<a class=\"?anchor\"?[^>]*>"),
-                                               QRegularExpression::CaseInsensitiveOption);
-        QString out;
-        qsizetype from = 0;
-        for (auto it = anchor.globalMatch(html); it.hasNext();) {
-            const QRegularExpressionMatch m = it.next();
-            out += html.mid(from, m.capturedStart() - from);
-            out += QStringLiteral("<a class=\"anchor\" name=\"") + m_session->project().getNewAnchorID() +
-                   QStringLiteral("\">");
-            from = m.capturedEnd();
-        }
-        out += html.mid(from);
-        static const QRegularExpression transid(QStringLiteral(" transid=(\"[^\"]*\"|'[^']*'|[^ >]*)"),
-                                                QRegularExpression::CaseInsensitiveOption);
-        out.remove(transid);
-        dEdit->pasteHTML(out);
-        return;
-    }
-    text.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
-    text.replace(QLatin1Char('\r'), QLatin1Char('\n'));
-    static const QStringList blocks = {QStringLiteral("LI"), QStringLiteral("DD"), QStringLiteral("TD")};
-    if (blocks.contains(tag)) {
-        text.replace(QLatin1Char('\n'), QLatin1Char(' '));
-        dEdit->pasteHTML(text);
-    } else {
-        text.replace(QLatin1Char('\n'), QStringLiteral("</p><p>"));
-        dEdit->pasteHTML(QStringLiteral("<p>") + text + QStringLiteral("</p>"));
-    }
+    if (isOn("mnuPaste"))
+        m_editing->paste();
 }
 
 void frmMain::mnuFind_Click()
@@ -792,8 +760,7 @@ void frmMain::mnuDebug_Click()
 
 void frmMain::elementCommand(const QString& key)
 {
-    // The element and table commands are not part of this program yet.
-    Q_UNUSED(key);
+    m_editing->elementCommand(key);
 }
 
 // --- the tree ------------------------------------------------------------------
@@ -804,8 +771,11 @@ void frmMain::popup(QMenu* menu, const QPoint& globalPos)
         m_popup(menu, globalPos);
     else
         menu->exec(globalPos);
-    // The keyword dialog would open here, outside the menu.
-    m_session->keywordDialogPending = false;
+    // The keyword dialog runs outside the menu.
+    if (m_session->keywordDialogPending) {
+        m_session->keywordDialogPending = false;
+        m_editing->editKeywords();
+    }
 }
 
 void frmMain::treeMouseUp(const NodePtr& node, Qt::MouseButton button, const QPoint& globalPos)
@@ -892,12 +862,14 @@ void frmMain::surfaceMenu(const QPoint& pos)
     if (editable)
         kind = dEdit->runScript(QString::fromLatin1(kKindAt).arg(pos.x()).arg(pos.y())).toString();
     if (kind == QLatin1String("link") || kind == QLatin1String("image")) {
-        m->addAction(action(QStringLiteral("mnuEditElement")));
+        dEdit->runScript(QString::fromLatin1(kCaretAt).arg(pos.x()).arg(pos.y()));
+        QAction* edit = action(QStringLiteral("mnuEditElement"));
+        edit->disconnect(this);
+        connect(edit, &QAction::triggered, this, [this] { m_editing->contextMenuAction(0); });
+        m->addAction(edit);
         QAction* del = action(QStringLiteral("mnuDeleteElement"));
         del->disconnect(this);
-        connect(del, &QAction::triggered, this, [this, pos] {
-            dEdit->runScript(QString::fromLatin1(kDeleteAt).arg(pos.x()).arg(pos.y()));
-        });
+        connect(del, &QAction::triggered, this, [this] { m_editing->contextMenuAction(1); });
         m->addAction(del);
     } else if (kind == QLatin1String("text")) {
         m->addAction(action(QStringLiteral("mnuSpelling")));

@@ -26,6 +26,8 @@ class QToolBar;
 class WebSurface;
 class frmDebug;
 
+class EditingController;
+
 class frmMain : public QMainWindow, public SessionView {
     Q_OBJECT
 public:
@@ -142,6 +144,5 @@ private:
     QPointer<frmDebug> m_debug;
     bool m_refreshPending = false;
     // What the last Copy or Cut of this program put on the clipboard.
-    QString m_lastCopiedText;
-    QString m_lastCopiedHTML;
+    EditingController* m_editing = nullptr;
 };

@@ -770,12 +770,12 @@ TEST_F(MainWindowTest, ThePagesMenuOffersWhatSuitsThePlaceClicked)
         return r.size() == 2 ? QPoint(int(r[0].toDouble()), int(r[1].toDouble())) : QPoint();
     };
 
-    // On a link: Edit (not yet available) and Delete, then the clipboard.
+    // On a link: Edit and Delete, then the clipboard.
     choice = QStringLiteral("mnuDeleteElement");
     emit surface()->customContextMenuRequested(centreOf(QStringLiteral("a[href]")));
     ASSERT_EQ(popups, QStringList({"mnuSurface"}));
     EXPECT_EQ(shownItems, QStringList({"mnuEditElement", "mnuDeleteElement", "mnuCut", "mnuCopy", "mnuPaste"}));
-    EXPECT_FALSE(window->action(QStringLiteral("mnuEditElement"))->isEnabled());
+    EXPECT_TRUE(window->action(QStringLiteral("mnuEditElement"))->isEnabled());
     EXPECT_TRUE(waitFor([&] { return !surface()->bodyHTML().contains(QStringLiteral("href=")); }));
     EXPECT_TRUE(surface()->isDirty());
 
