@@ -145,6 +145,7 @@ private:
     void chooseSelectionAfterRemoving(const NodePtr& node, bool forTopic);
     bool moveElement(const NodePtr& source, const NodePtr& target, bool into);
     void renameChapter(bool topLevel);
+    void detachChapterNode(const NodePtr& ch);
     bool askTitle(const QString& caption, const QString& label, const QString& button, QString& text);
     QString newTopicText(const QString& id, const QString& title);
     QString extract(const QString& file, const QString& element, const QString& id);

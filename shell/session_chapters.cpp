@@ -29,6 +29,20 @@ bool isBelow(const NodePtr& node, const NodePtr& ancestor)
 }
 }
 
+// Takes a chapter's node out of the tree: the selection moves on, and a
+// topic shown from inside the chapter leaves the surface.
+void Session::detachChapterNode(const NodePtr& ch)
+{
+    NodePtr shown = shownTopic();
+    chooseSelectionAfterRemoving(ch, false);
+    if (shown && isBelow(shown, ch)) {
+        showEmptyPage();
+        m_topic.TreeNode.reset();
+    }
+    m_tree.Remove(ch);
+    m_chapter.TreeNode.reset();
+}
+
 bool Session::changeChapter(int action, QString xml, QString title, QString id)
 {
     if (!m_open || isLocked())
@@ -53,14 +67,7 @@ bool Session::changeChapter(int action, QString xml, QString title, QString id)
         f.CutElement = QStringLiteral("subchapter");
         f.SubID = ch->Key;
         f.xmlIn.clear();
-        NodePtr shown = shownTopic();
-        chooseSelectionAfterRemoving(ch, false);
-        if (shown && isBelow(shown, ch)) {
-            showEmptyPage();
-            m_topic.TreeNode.reset();
-        }
-        m_tree.Remove(ch);
-        m_chapter.TreeNode.reset();
+        detachChapterNode(ch);
         bool ok = rewriteChapter(chapterTitle, f);
         if (NodePtr sel = m_tree.SelectedItem())
             clickOnTopic(sel);
@@ -170,14 +177,7 @@ bool Session::removeChapterFile()
         m_box.stop(QStringLiteral("The chapter \"") + title + QStringLiteral("\" has no file in the project file!"));
         return false;
     }
-    NodePtr shown = shownTopic();
-    chooseSelectionAfterRemoving(ch, false);
-    if (shown && isBelow(shown, ch)) {
-        showEmptyPage();
-        m_topic.TreeNode.reset();
-    }
-    m_tree.Remove(ch);
-    m_chapter.TreeNode.reset();
+    detachChapterNode(ch);
     if (!rewriteBookFile(m_project, h, m_box))
         return false;
     QFile::remove(file);
