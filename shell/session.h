@@ -103,8 +103,10 @@ public:
     QString GetTopic(const QString& id, const QString& chapterTitle, const QString& element);
     bool titleExists(const NodePtr& node, const QString& title) const;
     bool titleExistsAmongChildren(const NodePtr& parent, const QString& title) const;
-    NodePtr shownTopic() const { return m_topic.TreeNode.lock(); }
-    NodePtr selectedChapter() const { return m_chapter.TreeNode.lock(); }
+    // The node of the topic on the surface and of the selected chapter; null
+    // when there is none or its node has been removed from the tree.
+    NodePtr shownTopic() const { return live(m_topic.TreeNode.lock()); }
+    NodePtr selectedChapter() const { return live(m_chapter.TreeNode.lock()); }
 
     // Topic and chapter actions; xml, title and id empty for the menu commands.
     bool changeTopic(int action, QString xml = {}, QString title = {}, QString id = {});
@@ -137,6 +139,7 @@ public:
     void enableByProjectState();
 
 private:
+    static NodePtr live(NodePtr n) { return n && !n->Removed() ? n : nullptr; }
     void setCaption(const QString& c);
     void setPanel(int i, const QString& text, int image = 0);
     void setEnabled(const QString& key, bool on);

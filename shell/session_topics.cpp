@@ -99,10 +99,9 @@ void Session::clickOnTopic(const NodePtr& node)
         return;
     if (node->Tag == QLatin1String("topic")) {
         NodePtr current = shownTopic();
-        if (current && current->Removed()) {
-            // The shown topic's node is gone: the normal case after tree edits.
+        if (!current) {
+            // The shown topic's node may be gone: the normal case after tree edits.
             m_topic.TreeNode.reset();
-            current.reset();
         }
         if (current && current->FullPath() == node->FullPath())
             return;
