@@ -7,6 +7,9 @@
 #include "frmabout.h"
 #include "frmbookproperties.h"
 #include "frmdebug.h"
+#include "frmoptions.h"
+#include "frmoutput.h"
+#include "frmverify.h"
 #include "frmtopictitle.h"
 #include "holders.h"
 #include "icons.h"
@@ -67,10 +70,9 @@ const Button kAlignButtons[] = {
 
 // Commands whose forms do not exist in this program yet: shown, never enabled.
 const QStringList kMissing = {
-    QStringLiteral("mnuOutput"),     QStringLiteral("mnuVerify"),      QStringLiteral("mnuBackup"),
-    QStringLiteral("mnuExport"),     QStringLiteral("mnuImport"),      QStringLiteral("mnuContextHelp"),
-    QStringLiteral("mnuNewLanguage"), QStringLiteral("mnuSpelling"),
-    QStringLiteral("mnuSynonyms"),   QStringLiteral("mnuAntonyms"),
+    QStringLiteral("mnuBackup"),      QStringLiteral("mnuExport"),   QStringLiteral("mnuImport"),
+    QStringLiteral("mnuContextHelp"), QStringLiteral("mnuNewLanguage"), QStringLiteral("mnuSpelling"),
+    QStringLiteral("mnuSynonyms"),    QStringLiteral("mnuAntonyms"),
 };
 
 // The element the caret stands in (the start of the selection), by tag.
@@ -198,13 +200,14 @@ void frmMain::buildActions()
     menuItem("mnuAbout", QStringLiteral("&About Quillary Author"), &frmMain::mnuAbout_Click,
              QKeySequence(Qt::Key_F1));
     menuItem("mnuDebug", QStringLiteral("&Debug Listing"), &frmMain::mnuDebug_Click);
+    menuItem("mnuOutput", QStringLiteral("&Output..."), &frmMain::mnuOutput_Click);
+    menuItem("mnuVerify", QStringLiteral("&Verify"), &frmMain::mnuVerify_Click);
+    menuItem("mnuSettings", QStringLiteral("&Settings..."), &frmMain::reloadSettings);
 
     // Commands of other subsystems; the missing ones stay disabled.
     makeAction(QStringLiteral("mnuSpelling"), QStringLiteral("&Spelling"));
     makeAction(QStringLiteral("mnuSynonyms"), QStringLiteral("&Synonyms"));
     makeAction(QStringLiteral("mnuAntonyms"), QStringLiteral("&Antonyms"));
-    makeAction(QStringLiteral("mnuOutput"), QStringLiteral("&Output..."));
-    makeAction(QStringLiteral("mnuVerify"), QStringLiteral("&Verify"));
     makeAction(QStringLiteral("mnuBackup"), QStringLiteral("&Backup Project"));
     makeAction(QStringLiteral("mnuExport"), QStringLiteral("&Export Project"));
     makeAction(QStringLiteral("mnuImport"), QStringLiteral("&Import Language"));
@@ -271,6 +274,8 @@ void frmMain::buildMenus()
     m_actions.insert(QStringLiteral("mnuExportImport"), exchange->menuAction());
     add(exchange, {"mnuExport", "mnuImport", nullptr, "mnuUnlock"});
     add(project, {nullptr, "mnuNewLanguage", "mnuContextHelp"});
+    QMenu* tools = addMenu(nullptr, "mnuTools", QStringLiteral("&Tools"));
+    add(tools, {"mnuSettings"});
     QMenu* help = addMenu(nullptr, "mnuHelp", QStringLiteral("&Help"));
     add(help, {"mnuAbout", "mnuDebug"});
 
@@ -756,6 +761,38 @@ void frmMain::mnuDebug_Click()
         m_debug->add(QStringLiteral("  ") + key + QStringLiteral(" = ") + (on ? QStringLiteral("on") : QStringLiteral("off")));
     m_debug->show();
     m_debug->raise();
+}
+
+void frmMain::mnuOutput_Click()
+{
+    if (!isOn("mnuOutput") || !m_session->isOpen() || m_session->askSaveTopic())
+        return;
+    frmOutput dlg(&m_box, this);
+    dlg.SetProject(&m_session->project());
+    if (m_openUrl)
+        dlg.openResult = m_openUrl;
+    dlg.exec();
+}
+
+void frmMain::mnuVerify_Click()
+{
+    if (!isOn("mnuVerify") || !m_session->isOpen() || m_session->askSaveTopic())
+        return;
+    frmVerify dlg(&m_box, this);
+    dlg.SetProject(&m_session->project());
+    dlg.exec();
+}
+
+void frmMain::reloadSettings()
+{
+    {
+        frmOptions dlg(&m_box, this);
+        if (m_openUrl)
+            dlg.openUrl = m_openUrl;
+        dlg.exec();
+    }
+    // The colours apply from the next empty page on.
+    m_session->readSettings();
 }
 
 void frmMain::elementCommand(const QString& key)

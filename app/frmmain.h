@@ -10,6 +10,7 @@
 #include <QMainWindow>
 #include <QPointer>
 #include <QString>
+#include <QUrl>
 
 #include <functional>
 #include <memory>
@@ -55,6 +56,8 @@ public:
     void setTitleDialog(TitleFn fn) { m_titleDialog = std::move(fn); }
     // Null: QMenu::exec.
     void setPopup(PopupFn fn) { m_popup = std::move(fn); }
+    // Null: the desktop opens results and addresses of the dialogs.
+    void setOpenUrl(std::function<bool(const QUrl&)> fn) { m_openUrl = std::move(fn); }
 
     // The file dialog of mnuOpen.
     static QString askOpenPath(QWidget* parent, const QString& filter);
@@ -107,6 +110,10 @@ public slots:
     void mnuFind_Click();
     void mnuAbout_Click();
     void mnuDebug_Click();
+    void mnuOutput_Click();
+    void mnuVerify_Click();
+    // Shows the settings dialog, then reads the settings again.
+    void reloadSettings();
 
 protected:
     void closeEvent(QCloseEvent* event) override;
@@ -140,6 +147,7 @@ private:
     QString m_langFile;
     TitleFn m_titleDialog;
     PopupFn m_popup;
+    std::function<bool(const QUrl&)> m_openUrl;
     NodePtr m_dragSource;
     QPointer<frmDebug> m_debug;
     bool m_refreshPending = false;
