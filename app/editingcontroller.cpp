@@ -389,13 +389,18 @@ void EditingController::showContextMenu(const QPoint& pos)
         menu.exec(global);
 }
 
-void EditingController::removeObject(int ref)
+void EditingController::command(const QVariantList& ops, bool record)
 {
     {
         CommandScope scope(m_inCommand);
-        run({op(QStringLiteral("removeObject"), ref)}, true);
+        run(ops, record);
     }
     updateDisplay();
+}
+
+void EditingController::removeObject(int ref)
+{
+    command({op(QStringLiteral("removeObject"), ref)}, true);
 }
 
 // --- clipboard and history -------------------------------------------------------------
@@ -466,22 +471,13 @@ void EditingController::undo()
         return;
     // The flag first: an update that comes during the call already sees it.
     m_undoFlag = true;
-    {
-        CommandScope scope(m_inCommand);
-        run({op(QStringLiteral("undo"))}, false);
-    }
-    updateDisplay();
+    command({op(QStringLiteral("undo"))}, false);
 }
 
 void EditingController::redo()
 {
-    if (!active())
-        return;
-    {
-        CommandScope scope(m_inCommand);
-        run({op(QStringLiteral("redo"))}, false);
-    }
-    updateDisplay();
+    if (active())
+        command({op(QStringLiteral("redo"))}, false);
 }
 
 // --- element commands ---------------------------------------------------------------------
@@ -726,7 +722,7 @@ void EditingController::tableCommand()
     if (tableDialog) {
         accepted = tableDialog(table, ok);
     } else {
-        frmTable dlg(dialogParent());
+        frmTable dlg(&m_session.box(), dialogParent());
         dlg.Element(&table);
         dlg.OKorCancel(&ok);
         dlg.exec();

@@ -94,6 +94,8 @@ private:
     void install();
     QVariantMap run(const QVariantList& ops, bool record);
     QVariantMap run(const editrules::Plan& plan) { return run(plan.ops, plan.record); }
+    // Runs operations as a command of its own; the display update follows.
+    void command(const QVariantList& ops, bool record);
     void apply(const editrules::ToolState& s);
     void failed();
     void blockCommand(const QString& key, const editrules::Facts& f);

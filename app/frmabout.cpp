@@ -1,5 +1,7 @@
 #include "frmabout.h"
 
+#include "msgbox.h"
+
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
@@ -11,7 +13,7 @@
 
 QString frmAbout::productName()
 {
-    return QStringLiteral("Quillary Author");
+    return kAppTitle;
 }
 
 QString frmAbout::version()

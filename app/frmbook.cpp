@@ -3,7 +3,6 @@
 #include "cbook.h"
 #include "holders.h"
 #include "mcommon.h"
-#include "qtmsgbox.h"
 
 #include <QComboBox>
 #include <QFileDialog>
@@ -47,13 +46,8 @@ QComboBox* languageCombo(QWidget* parent, const char* name)
 }
 } // namespace
 
-frmBook::frmBook(MsgBox* box, QWidget* parent) : QDialog(parent)
+frmBook::frmBook(MsgBox* box, QWidget* parent) : FormBase(box, parent)
 {
-    if (!box) {
-        m_ownBox = std::make_unique<QtMsgBox>(this);
-        box = m_ownBox.get();
-    }
-    m_box = box;
     m_savePath = &frmBook::askSavePath;
 
     setObjectName(QStringLiteral("frmBook"));
@@ -110,14 +104,9 @@ frmBook::frmBook(MsgBox* box, QWidget* parent) : QDialog(parent)
 
     cmdShowAll = button(this, "cmdShowAll", QStringLiteral(">>"));
     cmdShowAll->setToolTip(QStringLiteral("Other languages"));
-    cmdInsert = button(this, "cmdInsert", QStringLiteral("&Insert"));
-    cmdInsert->setDefault(true);
-    cmdCancel = button(this, "cmdCancel", QStringLiteral("Cancel"));
-    auto* buttons = new QHBoxLayout;
-    buttons->addWidget(cmdShowAll);
-    buttons->addStretch(1);
-    buttons->addWidget(cmdInsert);
-    buttons->addWidget(cmdCancel);
+    QHBoxLayout* buttons = closingButtons(QStringLiteral("&Insert"), cmdInsert, cmdCancel);
+    cmdInsert->setAutoDefault(false);
+    buttons->insertWidget(0, cmdShowAll);
 
     auto* top = new QVBoxLayout(this);
     top->addLayout(fields);
@@ -140,16 +129,11 @@ frmBook::frmBook(MsgBox* box, QWidget* parent) : QDialog(parent)
     connect(lstAbrev, &QListWidget::currentRowChanged, lstName, [this](int row) { lstName->setCurrentRow(row); });
 }
 
-frmBook::~frmBook() = default;
-
-void frmBook::load()
+void frmBook::onLoad()
 {
-    if (m_loaded)
-        return;
-    m_loaded = true;
     txtDate->setText(mCommon::nowDate());
     txtTime->setText(mCommon::nowTime());
-    if (loadLanguageList(m_langs, *m_box, m_langFile)) {
+    if (loadLanguageList(m_langs, box(), m_langFile)) {
         for (const LanguageEntry& l : m_langs) {
             cmbMainLang->addItem(l.name);
             cmbOtherLang->addItem(l.name);
@@ -162,8 +146,7 @@ void frmBook::load()
 
 void frmBook::showEvent(QShowEvent* event)
 {
-    QDialog::showEvent(event);
-    load();
+    FormBase::showEvent(event);
     txtTitle->setFocus();
 }
 
@@ -224,12 +207,12 @@ void frmBook::cmdInsert_Click()
 {
     cBook local;
     cBook& book = m_book ? *m_book : local;
-    if (!checkBookForm(formFields(), book, *m_box))
+    if (!checkBookForm(formFields(), book, box()))
         return;
     const QString path = m_savePath ? m_savePath(this, kSaveFilter) : QString();
     if (path.isEmpty())
         return;
-    if (!checkProjectPath(path, *m_box))
+    if (!checkProjectPath(path, box()))
         return;
     book.ProjectFile = path;
     if (m_ok)

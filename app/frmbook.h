@@ -2,16 +2,14 @@
 // The new-project form: book properties, main language and further
 // languages, and the path of the project file. The checks and the files
 // live in newproject.h; this is the view.
+#include "formbase.h"
 #include "newproject.h"
 
-#include <QDialog>
 #include <QString>
 
 #include <functional>
-#include <memory>
 #include <vector>
 
-class MsgBox;
 class QComboBox;
 class QGroupBox;
 class QLineEdit;
@@ -20,7 +18,7 @@ class QPushButton;
 class cBook;
 class cOKorCancel;
 
-class frmBook : public QDialog {
+class frmBook : public FormBase {
     Q_OBJECT
 public:
     // Asks the path of the new project file; empty for Cancel.
@@ -29,7 +27,6 @@ public:
 
     // box: where messages go; a QtMsgBox on this form when null.
     explicit frmBook(MsgBox* box = nullptr, QWidget* parent = nullptr);
-    ~frmBook() override;
 
     void setBookProperties(cBook* book) { m_book = book; }
     void setOKorCancel(cOKorCancel* ok) { m_ok = ok; }
@@ -37,8 +34,6 @@ public:
     void setSavePath(SavePathFn fn) { m_savePath = std::move(fn); }
     // langs.xml to read instead of the one in the program folder.
     void setLanguageFile(const QString& path) { m_langFile = path; }
-    // The form's load step; runs once, at the first show at the latest.
-    void load();
     // The file dialog of cdSave.
     static QString askSavePath(QWidget* parent, const QString& filter);
 
@@ -68,18 +63,17 @@ public slots:
     void cmdCancel_Click();
 
 protected:
+    // Date, time and the languages of langs.xml.
+    void onLoad() override;
     void showEvent(QShowEvent* event) override;
 
 private:
     BookForm formFields() const;
     void pickLanguage(QComboBox* combo, QLineEdit* abbrev, int index);
 
-    std::unique_ptr<MsgBox> m_ownBox;
-    MsgBox* m_box;
     cBook* m_book = nullptr;
     cOKorCancel* m_ok = nullptr;
     SavePathFn m_savePath;
     QString m_langFile;
     std::vector<LanguageEntry> m_langs;
-    bool m_loaded = false;
 };

@@ -3,7 +3,7 @@
 #include "cbook.h"
 #include "holders.h"
 #include "mcommon.h"
-#include "qtmsgbox.h"
+#include "msgbox.h"
 
 #include <QFormLayout>
 #include <QHBoxLayout>
@@ -11,13 +11,8 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
-frmBookProperties::frmBookProperties(MsgBox* box, QWidget* parent) : QDialog(parent)
+frmBookProperties::frmBookProperties(MsgBox* box, QWidget* parent) : FormBase(box, parent)
 {
-    if (!box) {
-        m_ownBox = std::make_unique<QtMsgBox>(this);
-        box = m_ownBox.get();
-    }
-    m_box = box;
     setObjectName(QStringLiteral("frmBookProperties"));
     setWindowTitle(QStringLiteral("Book Properties"));
 
@@ -39,16 +34,7 @@ frmBookProperties::frmBookProperties(MsgBox* box, QWidget* parent) : QDialog(par
     fields->addRow(QStringLiteral("&Date:"), txtDate);
     fields->addRow(QStringLiteral("T&ime:"), txtTime);
 
-    cmdInsert = new QPushButton(QStringLiteral("OK"), this);
-    cmdInsert->setObjectName(QStringLiteral("cmdInsert"));
-    cmdInsert->setDefault(true);
-    cmdCancel = new QPushButton(QStringLiteral("Cancel"), this);
-    cmdCancel->setObjectName(QStringLiteral("cmdCancel"));
-    cmdCancel->setAutoDefault(false);
-    auto* buttons = new QHBoxLayout;
-    buttons->addStretch(1);
-    buttons->addWidget(cmdInsert);
-    buttons->addWidget(cmdCancel);
+    QHBoxLayout* buttons = closingButtons(QStringLiteral("OK"), cmdInsert, cmdCancel);
 
     auto* top = new QVBoxLayout(this);
     top->addLayout(fields);
@@ -59,13 +45,8 @@ frmBookProperties::frmBookProperties(MsgBox* box, QWidget* parent) : QDialog(par
     connect(cmdCancel, &QPushButton::clicked, this, &frmBookProperties::cmdCancel_Click);
 }
 
-frmBookProperties::~frmBookProperties() = default;
-
-void frmBookProperties::load()
+void frmBookProperties::onLoad()
 {
-    if (m_loaded)
-        return;
-    m_loaded = true;
     if (m_book) {
         txtTitle->setText(m_book->Title);
         txtAuthor->setText(m_book->Author);
@@ -76,21 +57,15 @@ void frmBookProperties::load()
     txtTitle->setFocus();
 }
 
-void frmBookProperties::showEvent(QShowEvent* event)
-{
-    QDialog::showEvent(event);
-    load();
-}
-
 void frmBookProperties::cmdInsert_Click()
 {
     const QString title = txtTitle->text(), author = txtAuthor->text(), version = txtVersion->text(),
                   date = txtDate->text(), time = txtTime->text();
     if (title.isEmpty() || author.isEmpty() || version.isEmpty() || date.isEmpty() || time.isEmpty()) {
-        m_box->exclamation(QStringLiteral("All fields have to be filled!"));
+        box().exclamation(QStringLiteral("All fields have to be filled!"));
         return;
     }
-    if (!mCommon::checkXMLChars(title, QStringLiteral("Book title"), *m_box))
+    if (!mCommon::checkXMLChars(title, QStringLiteral("Book title"), box()))
         return;
     if (m_book && (title != m_book->Title || author != m_book->Author || version != m_book->Version ||
                    date != m_book->BookDate || time != m_book->BookTime)) {

@@ -19,7 +19,6 @@
 
 #include <QAction>
 #include <QApplication>
-#include <QClipboard>
 #include <QCloseEvent>
 #include <QDateTime>
 #include <QFileDialog>
@@ -31,7 +30,6 @@
 #include <QMenu>
 #include <QMenuBar>
 #include <QPushButton>
-#include <QRegularExpression>
 #include <QScreen>
 #include <QSplitter>
 #include <QStatusBar>
@@ -75,7 +73,6 @@ const QStringList kMissing = {
     QStringLiteral("mnuSynonyms"),    QStringLiteral("mnuAntonyms"),
 };
 
-// The element the caret stands in (the start of the selection), by tag.
 // What lies at a point of the page: "link", "image", "text" (a selection)
 // or "".
 const char* const kKindAt =
@@ -214,34 +211,35 @@ void frmMain::buildActions()
     makeAction(QStringLiteral("mnuNewLanguage"), QStringLiteral("&Add New Language"));
     makeAction(QStringLiteral("mnuContextHelp"), QStringLiteral("&Context Help ID"));
     makeAction(QStringLiteral("mnuIndex"), QStringLiteral("&Index Keywords..."));
-    makeAction(QStringLiteral("mnuEditElement"), QStringLiteral("&Edit"));
     for (const QString& name : kMissing)
         if (QAction* a = action(name))
             a->setEnabled(false);
 
     Session* s = m_session.get();
-    auto tree = [this](const char* name, const QString& text, std::function<void()> fn) {
+    auto command = [this](const char* name, const QString& text, std::function<void()> fn) {
         QAction* a = makeAction(QString::fromLatin1(name), text);
         connect(a, &QAction::triggered, this, [fn] { fn(); });
         return a;
     };
-    tree("mnuUnlock", QStringLiteral("&Unlock Project"), [s] { s->mnuUnlock(); });
-    tree("mnuInsertBook", QStringLiteral("&Insert Book..."), [s] { s->createProject(); });
-    tree("mnuInsertChapterToBook", QStringLiteral("Insert &Chapter..."), [s] { s->changeChapter(9); });
-    tree("mnuDeleteBook", QStringLiteral("&Delete Book"), [s] { s->mnuDeleteBook(); });
-    tree("mnuBookProperties", QStringLiteral("&Properties..."), [s] { s->editBookProperties(); });
-    tree("mnuInsertTopic", QStringLiteral("Insert &Topic..."), [s] { s->changeTopic(5); });
-    tree("mnuInsertChapterBefore", QStringLiteral("Insert Chapter &Before..."), [s] { s->changeChapter(7); });
-    tree("mnuInsertChapterAfter", QStringLiteral("Insert Chapter &After..."), [s] { s->changeChapter(8); });
-    tree("mnuInsertChapter", QStringLiteral("Insert &Subchapter..."), [s] { s->changeChapter(9); });
-    tree("mnuDeleteChapter", QStringLiteral("&Delete Chapter"), [s] { s->mnuDeleteChapter(); });
-    tree("mnuChapterProperties", QStringLiteral("&Properties..."), [s] { s->mnuChapterProperties(); });
-    tree("mnuInsertTopicBefore", QStringLiteral("Insert Topic &Before..."), [s] { s->changeTopic(3); });
-    tree("mnuInsertTopicAfter", QStringLiteral("Insert Topic &After..."), [s] { s->changeTopic(4); });
-    tree("mnuDeleteTopic", QStringLiteral("&Delete Topic"), [s] { s->mnuDeleteTopic(); });
-    tree("mnuComplete", QStringLiteral("&Lock"), [s] { s->mnuComplete(); })->setCheckable(true);
-    tree("mnuUnlockProject", QStringLiteral("&Unlock Project"), [s] { s->mnuUnlock(); });
-    tree("mnuDeleteElement", QStringLiteral("&Delete"), [] {});
+    command("mnuUnlock", QStringLiteral("&Unlock Project"), [s] { s->mnuUnlock(); });
+    command("mnuInsertBook", QStringLiteral("&Insert Book..."), [s] { s->createProject(); });
+    command("mnuInsertChapterToBook", QStringLiteral("Insert &Chapter..."), [s] { s->changeChapter(9); });
+    command("mnuDeleteBook", QStringLiteral("&Delete Book"), [s] { s->mnuDeleteBook(); });
+    command("mnuBookProperties", QStringLiteral("&Properties..."), [s] { s->editBookProperties(); });
+    command("mnuInsertTopic", QStringLiteral("Insert &Topic..."), [s] { s->changeTopic(5); });
+    command("mnuInsertChapterBefore", QStringLiteral("Insert Chapter &Before..."), [s] { s->changeChapter(7); });
+    command("mnuInsertChapterAfter", QStringLiteral("Insert Chapter &After..."), [s] { s->changeChapter(8); });
+    command("mnuInsertChapter", QStringLiteral("Insert &Subchapter..."), [s] { s->changeChapter(9); });
+    command("mnuDeleteChapter", QStringLiteral("&Delete Chapter"), [s] { s->mnuDeleteChapter(); });
+    command("mnuChapterProperties", QStringLiteral("&Properties..."), [s] { s->mnuChapterProperties(); });
+    command("mnuInsertTopicBefore", QStringLiteral("Insert Topic &Before..."), [s] { s->changeTopic(3); });
+    command("mnuInsertTopicAfter", QStringLiteral("Insert Topic &After..."), [s] { s->changeTopic(4); });
+    command("mnuDeleteTopic", QStringLiteral("&Delete Topic"), [s] { s->mnuDeleteTopic(); });
+    command("mnuComplete", QStringLiteral("&Lock"), [s] { s->mnuComplete(); })->setCheckable(true);
+    command("mnuUnlockProject", QStringLiteral("&Unlock Project"), [s] { s->mnuUnlock(); });
+    // The page's menu on a link or an image.
+    command("mnuEditElement", QStringLiteral("&Edit"), [this] { m_editing->contextMenuAction(0); });
+    command("mnuDeleteElement", QStringLiteral("&Delete"), [this] { m_editing->contextMenuAction(1); });
 }
 
 void frmMain::buildMenus()
@@ -818,8 +816,8 @@ void frmMain::popup(QMenu* menu, const QPoint& globalPos)
 void frmMain::treeMouseUp(const NodePtr& node, Qt::MouseButton button, const QPoint& globalPos)
 {
     Session& s = *m_session;
+    // A drag starts from the pressed item, which is this node.
     if (button == Qt::LeftButton && node) {
-        m_dragSource = node;
         s.clickOnTopic(node);
         return;
     }
@@ -860,7 +858,7 @@ void frmMain::treeMouseUp(const NodePtr& node, Qt::MouseButton button, const QPo
             return;
         const bool complete = s.topic().State == QLatin1String("complete");
         action(QStringLiteral("mnuComplete"))->setChecked(complete);
-        action(QStringLiteral("mnuIndex"))->setEnabled(!complete && !kMissing.contains(QStringLiteral("mnuIndex")));
+        action(QStringLiteral("mnuIndex"))->setEnabled(!complete);
         popup(menu(QStringLiteral("mnuTopic")), globalPos);
     }
 }
@@ -900,14 +898,8 @@ void frmMain::surfaceMenu(const QPoint& pos)
         kind = dEdit->runScript(QString::fromLatin1(kKindAt).arg(pos.x()).arg(pos.y())).toString();
     if (kind == QLatin1String("link") || kind == QLatin1String("image")) {
         dEdit->runScript(QString::fromLatin1(kCaretAt).arg(pos.x()).arg(pos.y()));
-        QAction* edit = action(QStringLiteral("mnuEditElement"));
-        edit->disconnect(this);
-        connect(edit, &QAction::triggered, this, [this] { m_editing->contextMenuAction(0); });
-        m->addAction(edit);
-        QAction* del = action(QStringLiteral("mnuDeleteElement"));
-        del->disconnect(this);
-        connect(del, &QAction::triggered, this, [this] { m_editing->contextMenuAction(1); });
-        m->addAction(del);
+        m->addAction(action(QStringLiteral("mnuEditElement")));
+        m->addAction(action(QStringLiteral("mnuDeleteElement")));
     } else if (kind == QLatin1String("text")) {
         m->addAction(action(QStringLiteral("mnuSpelling")));
         m->addAction(action(QStringLiteral("mnuSynonyms")));

@@ -148,9 +148,8 @@ private:
     TitleFn m_titleDialog;
     PopupFn m_popup;
     std::function<bool(const QUrl&)> m_openUrl;
-    NodePtr m_dragSource;
     QPointer<frmDebug> m_debug;
     bool m_refreshPending = false;
-    // What the last Copy or Cut of this program put on the clipboard.
+    // The editing rules and element commands of the page.
     EditingController* m_editing = nullptr;
 };

@@ -5,7 +5,6 @@
 
 #include <QCheckBox>
 #include <QComboBox>
-#include <QFile>
 #include <QFileInfo>
 #include <QGridLayout>
 #include <QGroupBox>
@@ -522,9 +521,10 @@ void frmOutputProperties::cmdSave_Click()
         m_box->exclamation(QStringLiteral("File has not been specified!"));
         return;
     }
-    if (QFileInfo::exists(*path))
-        QFile::remove(*path);
-    m_model.SaveProperties(*path);
+    // The file is replaced whole, so a failed save keeps the old one.
+    QString error;
+    if (!m_model.SaveProperties(*path, &error))
+        m_box->stop(error);
 }
 
 void frmOutputProperties::cmdHTMLReset_Click(int index)

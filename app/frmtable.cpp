@@ -13,7 +13,7 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
-frmTable::frmTable(QWidget* parent, MsgBox* box) : QDialog(parent)
+frmTable::frmTable(MsgBox* box, QWidget* parent) : QDialog(parent)
 {
     if (!box) {
         m_ownBox = std::make_unique<QtMsgBox>(this);

@@ -15,7 +15,7 @@ class cOKorCancel;
 class frmTable : public QDialog {
     Q_OBJECT
 public:
-    explicit frmTable(QWidget* parent = nullptr, MsgBox* box = nullptr);
+    explicit frmTable(MsgBox* box = nullptr, QWidget* parent = nullptr);
     ~frmTable() override;
 
     void Element(cDesignTable* table) { m_table = table; }

@@ -2,7 +2,6 @@
 
 #include "holders.h"
 #include "mcommon.h"
-#include "qtmsgbox.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -10,13 +9,8 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
-frmTopicTitle::frmTopicTitle(MsgBox* box, QWidget* parent) : QDialog(parent)
+frmTopicTitle::frmTopicTitle(MsgBox* box, QWidget* parent) : FormBase(box, parent)
 {
-    if (!box) {
-        m_ownBox = std::make_unique<QtMsgBox>(this);
-        box = m_ownBox.get();
-    }
-    m_box = box;
     setObjectName(QStringLiteral("frmTopicTitle"));
     setWindowTitle(QStringLiteral("Title"));
 
@@ -27,17 +21,8 @@ frmTopicTitle::frmTopicTitle(MsgBox* box, QWidget* parent) : QDialog(parent)
     txtTitle->setMinimumWidth(320);
     lblDesc->setBuddy(txtTitle);
     // Enter and Escape act as the two buttons.
-    cmdInsert = new QPushButton(QStringLiteral("&Insert"), this);
-    cmdInsert->setObjectName(QStringLiteral("cmdInsert"));
-    cmdInsert->setDefault(true);
-    cmdCancel = new QPushButton(QStringLiteral("Cancel"), this);
-    cmdCancel->setObjectName(QStringLiteral("cmdCancel"));
-    cmdCancel->setAutoDefault(false);
+    QHBoxLayout* buttons = closingButtons(QStringLiteral("&Insert"), cmdInsert, cmdCancel);
 
-    auto* buttons = new QHBoxLayout;
-    buttons->addStretch(1);
-    buttons->addWidget(cmdInsert);
-    buttons->addWidget(cmdCancel);
     auto* top = new QVBoxLayout(this);
     top->addWidget(lblDesc);
     top->addWidget(txtTitle);
@@ -48,23 +33,12 @@ frmTopicTitle::frmTopicTitle(MsgBox* box, QWidget* parent) : QDialog(parent)
     connect(cmdCancel, &QPushButton::clicked, this, &frmTopicTitle::cmdCancel_Click);
 }
 
-frmTopicTitle::~frmTopicTitle() = default;
-
-void frmTopicTitle::load()
+void frmTopicTitle::onLoad()
 {
-    if (m_loaded)
-        return;
-    m_loaded = true;
     if (m_title)
         txtTitle->setText(m_title->TextString);
     txtTitle->selectAll();
     txtTitle->setFocus();
-}
-
-void frmTopicTitle::showEvent(QShowEvent* event)
-{
-    QDialog::showEvent(event);
-    load();
 }
 
 void frmTopicTitle::cmdInsert_Click()
@@ -74,7 +48,7 @@ void frmTopicTitle::cmdInsert_Click()
         reject();
         return;
     }
-    if (!mCommon::checkXMLChars(text, QStringLiteral("Chapter title"), *m_box))
+    if (!mCommon::checkXMLChars(text, QStringLiteral("Chapter title"), box()))
         return;
     if (m_title)
         m_title->TextString = text;

@@ -1,5 +1,6 @@
 #include "frmmain.h"
 #include "icons.h"
+#include "msgbox.h"
 #include "qtmsgbox.h"
 #include "startup.h"
 #include "webenginesetup.h"
@@ -14,7 +15,7 @@ int main(int argc, char** argv)
 {
     prepareWebEngine();
     QApplication app(argc, argv);
-    QApplication::setApplicationName(QStringLiteral("Quillary Author"));
+    QApplication::setApplicationName(kAppTitle);
     QApplication::setApplicationVersion(QStringLiteral(QUILLARY_VERSION));
     QApplication::setWindowIcon(appicons::windowIcon());
     xmlsafe::init();
@@ -29,15 +30,24 @@ int main(int argc, char** argv)
         return options.help ? 0 : 2;
     }
 
-    QtMsgBox box;
+    // A picture is taken with nobody at the screen: a modal box would wait
+    // for ever, so boxes go to stderr and questions are answered No.
+    const bool picture = !options.screenshot.isEmpty();
+    QtMsgBox dialogBox;
+    ConsoleMsgBox consoleBox;
+    MsgBox& box = picture ? static_cast<MsgBox&>(consoleBox) : dialogBox;
     frmMain window(box);
-    box.setParent(&window);
+    dialogBox.setParent(&window);
     if (options.size.isValid())
         window.resize(options.size);
     window.show();
     window.startUp(options.commandLine);
 
-    if (!options.screenshot.isEmpty()) {
+    if (picture) {
+        if (!window.session().isOpen()) {
+            std::fprintf(stderr, "No project is open\n");
+            return 1;
+        }
         if (!options.topic.isEmpty() && !window.openTopic(options.topic)) {
             std::fprintf(stderr, "No topic \"%s\" in the project\n", qPrintable(options.topic));
             return 1;

@@ -104,15 +104,6 @@ const char* const kAgent = R"JS(
     q.flush();
     return true;
   };
-  q.selText = function () { var s = window.getSelection(); return s ? s.toString() : ''; };
-  q.selHTML = function () {
-    var s = window.getSelection();
-    if (!s || s.rangeCount === 0 || s.isCollapsed) return '';
-    var d = document.createElement('div');
-    for (var i = 0; i < s.rangeCount; i++) d.appendChild(s.getRangeAt(i).cloneContents());
-    return d.innerHTML;
-  };
-
   // Links never leave the page; in browse mode the owner hears of the click.
   document.addEventListener('click', function (e) {
     var a = e.target && e.target.closest ? e.target.closest('a[href]') : null;
@@ -131,20 +122,6 @@ true;
 
 // setHtml goes through a data URL, which is limited to 2 MB.
 constexpr int kMaxDataUrl = 2 * 1024 * 1024 - 4096;
-
-// Splits a page at its BODY: head part, body content, tail part.
-bool splitAtBody(const QString& html, QString& head, QString& body, QString& tail)
-{
-    int open = html.indexOf(QStringLiteral("<body"), 0, Qt::CaseInsensitive);
-    int openEnd = open >= 0 ? html.indexOf(QLatin1Char('>'), open) : -1;
-    int close = html.lastIndexOf(QStringLiteral("</body>"), -1, Qt::CaseInsensitive);
-    if (open < 0 || openEnd < 0 || close <= openEnd)
-        return false;
-    head = html.left(openEnd + 1);
-    body = html.mid(openEnd + 1, close - openEnd - 1);
-    tail = html.mid(close);
-    return true;
-}
 
 } // namespace
 
@@ -292,20 +269,25 @@ QVariant WebSurface::runScript(const QString& js, bool* ok)
         answer->done = true;
         answer->loop.quit();
     });
-    if (!answer->done) {
-        QTimer timer;
-        timer.setSingleShot(true);
-        connect(&timer, &QTimer::timeout, &answer->loop, &QEventLoop::quit);
-        timer.start(m_scriptTimeout);
-        while (!answer->done && timer.isActive())
-            answer->loop.exec(QEventLoop::ExcludeUserInputEvents);
-    }
+    waitForAnswer(answer->done, answer->loop);
     m_lastOk = answer->done;
     if (!answer->done)
         qWarning("WebSurface: the page did not answer in time");
     if (ok)
         *ok = answer->done;
     return answer->value;
+}
+
+void WebSurface::waitForAnswer(const bool& done, QEventLoop& loop)
+{
+    if (done)
+        return;
+    QTimer timer;
+    timer.setSingleShot(true);
+    connect(&timer, &QTimer::timeout, &loop, &QEventLoop::quit);
+    timer.start(m_scriptTimeout);
+    while (!done && timer.isActive())
+        loop.exec(QEventLoop::ExcludeUserInputEvents);
 }
 
 QString WebSurface::jsString(const QString& text)
@@ -461,63 +443,6 @@ void WebSurface::pageMessage(const QString& message)
         emit linkClicked(message.mid(kLinkNote.size()));
 }
 
-void WebSurface::undo()
-{
-    execCommand(QStringLiteral("undo"));
-}
-
-void WebSurface::redo()
-{
-    execCommand(QStringLiteral("redo"));
-}
-
-void WebSurface::cut()
-{
-    execCommand(QStringLiteral("cut"));
-}
-
-void WebSurface::copy()
-{
-    execCommand(QStringLiteral("copy"));
-}
-
-void WebSurface::selectAllText()
-{
-    execCommand(QStringLiteral("selectAll"));
-}
-
-bool WebSurface::execCommand(const QString& command, const QString& value)
-{
-    QVariant v = runScript(QStringLiteral("document.execCommand(%1, false, %2)")
-                               .arg(jsString(command), jsString(value)));
-    return v.toBool();
-}
-
-bool WebSurface::queryCommandState(const QString& command)
-{
-    return runScript(QStringLiteral("document.queryCommandState(%1)").arg(jsString(command))).toBool();
-}
-
-bool WebSurface::queryCommandEnabled(const QString& command)
-{
-    return runScript(QStringLiteral("document.queryCommandEnabled(%1)").arg(jsString(command))).toBool();
-}
-
-QString WebSurface::queryCommandValue(const QString& command)
-{
-    return runScript(QStringLiteral("document.queryCommandValue(%1)").arg(jsString(command))).toString();
-}
-
-QString WebSurface::selectionText()
-{
-    return runScript(QStringLiteral("window.__q.selText()")).toString();
-}
-
-QString WebSurface::selectionHTML()
-{
-    return runScript(QStringLiteral("window.__q.selHTML()")).toString();
-}
-
 int WebSurface::find(const QString& text, QWebEnginePage::FindFlags flags)
 {
     struct Answer {
@@ -536,14 +461,7 @@ int WebSurface::find(const QString& text, QWebEnginePage::FindFlags flags)
         answer->done = true;
         answer->loop.quit();
     });
-    if (!answer->done) {
-        QTimer timer;
-        timer.setSingleShot(true);
-        connect(&timer, &QTimer::timeout, &answer->loop, &QEventLoop::quit);
-        timer.start(m_scriptTimeout);
-        while (!answer->done && timer.isActive())
-            answer->loop.exec(QEventLoop::ExcludeUserInputEvents);
-    }
+    waitForAnswer(answer->done, answer->loop);
     m_lastOk = answer->done;
     return answer->matches;
 }

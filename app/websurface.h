@@ -12,6 +12,7 @@
 #include <QWebEnginePage>
 #include <QWebEngineView>
 
+class QEventLoop;
 class QWebEngineProfile;
 
 class WebSurface : public QWebEngineView, public EditSurface {
@@ -47,20 +48,6 @@ public:
     void setDirty();
     bool lastCallOk() const { return m_lastOk; }
 
-    // Editing commands of the page.
-    void undo();
-    void redo();
-    void cut();
-    void copy();
-    void selectAllText();
-    // document.execCommand and its queries, for formatting commands.
-    bool execCommand(const QString& command, const QString& value = {});
-    bool queryCommandState(const QString& command);
-    bool queryCommandEnabled(const QString& command);
-    QString queryCommandValue(const QString& command);
-    // The selection as text and as HTML; empty when there is none.
-    QString selectionText();
-    QString selectionHTML();
     // Finds and highlights the next match; the number of matches (0: none).
     int find(const QString& text, QWebEnginePage::FindFlags flags = {});
 
@@ -77,6 +64,8 @@ signals:
 private:
     friend class SurfacePage;
     bool waitForLoad();
+    // Waits, in loop, until done is set or the script time limit has passed.
+    void waitForAnswer(const bool& done, QEventLoop& loop);
     void loadPage(const QString& html);
     void afterLoad();
     bool ensureAgent();

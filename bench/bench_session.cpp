@@ -149,6 +149,10 @@ int main(int argc, char** argv)
             n->Index() > 10)
             target = n;
     });
+    if (!target) {
+        std::printf("The largest chapter has no topic past its tenth to save.\n");
+        return 1;
+    }
     session.clickOnTopic(target);
     int round = 0;
     double save = timeIt([&] {

@@ -27,6 +27,15 @@ void err(const QString& line);
 
 using VerbFunction = std::function<int(CliContext&)>;
 
+class cProject;
+
+// Loads a project for reading only (the project mark is not set) and takes
+// its main language as the current language; false after a message.
+bool loadForReading(CliContext& c, cProject& p, const QString& path);
+// The stored XML of a topic, from whichever chapter file holds it; "" when
+// none does.
+QString findTopicXml(CliContext& c, const cProject& p, const QString& id);
+
 struct VerbRegistrar {
     VerbRegistrar(const char* verb, const char* usage, VerbFunction fn);
 };

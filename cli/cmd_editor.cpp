@@ -3,11 +3,9 @@
 
 #include "cproject.h"
 #include "fileio.h"
-#include "language.h"
 #include "session.h"
 #include "surface.h"
 #include "topicconvert.h"
-#include "treeview.h"
 
 #include <QFileInfo>
 
@@ -20,28 +18,21 @@ int cmdTopicHtml(CliContext& c)
         err(QStringLiteral("Usage: quillary topic html PROJECT.qly TOPICID"));
         return 1;
     }
-    if (!QFileInfo(pos[0]).isFile()) {
-        c.box.exclamation(QStringLiteral("File does not exist!"));
-        return 1;
-    }
     cProject p(c.box);
-    if (!p.Load(pos[0]))
+    if (!loadForReading(c, p, pos[0]))
         return 1;
-    setCurrentLanguage(p.GetMainLangAbbrev());
-    for (const QString& file : p.chapterFileList()) {
-        QString xml = extractElement(p, file, QStringLiteral("topic"), pos[1], c.box);
-        if (xml.isEmpty())
-            continue;
-        FakeSurface surface;
-        surface.setDocumentHTML(Session::pageShell(QStringLiteral("#FFFFFF"), QStringLiteral("#FFFFFF"),
-                                                   QStringLiteral("#FFFFFF")));
-        surface.setBaseURL(p.GetProjectFolder());
-        TopicToEditor(xml, surface, c.box);
-        out(surface.bodyHTML());
-        return 0;
+    QString xml = findTopicXml(c, p, pos[1]);
+    if (xml.isEmpty()) {
+        err(QStringLiteral("Topic \"%1\" was not found.").arg(pos[1]));
+        return 1;
     }
-    err(QStringLiteral("Topic \"%1\" was not found.").arg(pos[1]));
-    return 1;
+    FakeSurface surface;
+    surface.setDocumentHTML(Session::pageShell(QStringLiteral("#FFFFFF"), QStringLiteral("#FFFFFF"),
+                                               QStringLiteral("#FFFFFF")));
+    surface.setBaseURL(p.GetProjectFolder());
+    TopicToEditor(xml, surface, c.box);
+    out(surface.bodyHTML());
+    return 0;
 }
 
 int cmdTopicSave(CliContext& c)

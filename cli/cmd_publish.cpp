@@ -17,6 +17,16 @@
 
 namespace {
 
+// Reads the project named on the command line; false after a message.
+bool loadProject(CliContext& c, const QString& file, cProject& project)
+{
+    if (!QFileInfo::exists(file)) {
+        c.box.exclamation(QStringLiteral("File does not exist!"));
+        return false;
+    }
+    return project.Load(QFileInfo(file).absoluteFilePath());
+}
+
 int cmdPublish(CliContext& c)
 {
     const QStringList valueOptions{"--format", "--lang", "--properties"};
@@ -28,12 +38,8 @@ int cmdPublish(CliContext& c)
                            "[--properties FILE.qop] [--keep-docbook] [--yes]"));
         return 1;
     }
-    if (!QFileInfo::exists(pos.first())) {
-        c.box.exclamation(QStringLiteral("File does not exist!"));
-        return 1;
-    }
     cProject project(c.box);
-    if (!project.Load(QFileInfo(pos.first()).absoluteFilePath()))
+    if (!loadProject(c, pos.first(), project))
         return 1;
 
     // The start of the program: the compiler is looked up when none is set.
@@ -51,7 +57,8 @@ int cmdPublish(CliContext& c)
             c.box.exclamation(QStringLiteral("File does not exist!"));
             return 1;
         }
-        props.LoadProperties(qop, c.box);
+        if (!props.LoadProperties(qop, c.box))
+            return 1;
     }
 
     OutputLog log;
@@ -85,19 +92,19 @@ int cmdVerify(CliContext& c)
         err(QStringLiteral("Usage: quillary verify PROJECT.qly --out DIR"));
         return 1;
     }
-    if (!QFileInfo::exists(pos.first())) {
-        c.box.exclamation(QStringLiteral("File does not exist!"));
-        return 1;
-    }
     cProject project(c.box);
-    if (!project.Load(QFileInfo(pos.first()).absoluteFilePath()))
+    if (!loadProject(c, pos.first(), project))
         return 1;
     cVerification v(project, c.box);
     v.build();
-    QStringList files = v.writePages(c.option("--out"));
+    QString error;
+    QStringList files = v.writePages(c.option("--out"), &error);
     for (const QString& f : files)
         out(f);
-    return files.size() == 4 ? 0 : 1;
+    if (files.size() == 4)
+        return 0;
+    c.box.stop(error);
+    return 1;
 }
 
 VerbRegistrar regPublish("publish",

@@ -9,9 +9,6 @@
 
 #include <QFileInfo>
 
-namespace {
-
-// Loads a project for reading only: the project mark is not set.
 bool loadForReading(CliContext& c, cProject& p, const QString& path)
 {
     if (!QFileInfo(path).isFile()) {
@@ -23,6 +20,18 @@ bool loadForReading(CliContext& c, cProject& p, const QString& path)
     setCurrentLanguage(p.GetMainLangAbbrev());
     return true;
 }
+
+QString findTopicXml(CliContext& c, const cProject& p, const QString& id)
+{
+    for (const QString& file : p.chapterFileList()) {
+        QString xml = extractElement(p, file, QStringLiteral("topic"), id, c.box);
+        if (!xml.isEmpty())
+            return xml;
+    }
+    return {};
+}
+
+namespace {
 
 int cmdTree(CliContext& c)
 {
@@ -53,15 +62,13 @@ int cmdTopicShow(CliContext& c)
     cProject p(c.box);
     if (!loadForReading(c, p, pos[0]))
         return 1;
-    for (const QString& file : p.chapterFileList()) {
-        QString xml = extractElement(p, file, QStringLiteral("topic"), pos[1], c.box);
-        if (!xml.isEmpty()) {
-            out(xml);
-            return 0;
-        }
+    QString xml = findTopicXml(c, p, pos[1]);
+    if (xml.isEmpty()) {
+        err(QStringLiteral("Topic \"%1\" was not found.").arg(pos[1]));
+        return 1;
     }
-    err(QStringLiteral("Topic \"%1\" was not found.").arg(pos[1]));
-    return 1;
+    out(xml);
+    return 0;
 }
 
 VerbRegistrar regTree("tree", "tree PROJECT.qly", cmdTree);

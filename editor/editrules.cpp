@@ -466,41 +466,32 @@ Plan contentPlan(const Facts& f, bool undoFlag)
     };
     auto tagIn = [](const Node& n, std::initializer_list<const char*> tags) { return isAny(&n, tags); };
 
+    // LI and DD share their rules but for the elements they strip.
+    auto itemRules = [&](const char* container, std::initializer_list<const char*> stripped) {
+        const int i = f.walkUp({container});
+        const auto* kids = i >= 0 ? childrenOf(i) : nullptr;
+        if (!kids)
+            return;
+        const Node& c = f.chain[size_t(i)];
+        for (const Node& k : *kids) {
+            if (k.tag == QLatin1String("P")) {
+                if (k.namedAnchors > 0)
+                    p.ops << op(QStringLiteral("stripNamedAnchorsIn"), k.ref);
+                strip(p, k);
+            } else if (named(k) || tagIn(k, stripped)) {
+                strip(p, k);
+            } else if (tagIn(k, {"BR", "IMG", "TABLE"}) && !placeholder(k, *kids, c)) {
+                drop(p, k);
+            }
+        }
+        if (!p.empty())
+            p.rule = QString::fromLatin1(container);
+    };
+
     // LI, DD, H1, TD: the nearest of each kind, in this order.
-    const int li = f.walkUp({"LI"});
-    if (const auto* kids = li >= 0 ? childrenOf(li) : nullptr) {
-        const Node& c = f.chain[size_t(li)];
-        for (const Node& k : *kids) {
-            if (k.tag == QLatin1String("P")) {
-                if (k.namedAnchors > 0)
-                    p.ops << op(QStringLiteral("stripNamedAnchorsIn"), k.ref);
-                strip(p, k);
-            } else if (named(k) || tagIn(k, {"EM", "DD"})) {
-                strip(p, k);
-            } else if (tagIn(k, {"BR", "IMG", "TABLE"}) && !placeholder(k, *kids, c)) {
-                drop(p, k);
-            }
-        }
-        if (!p.empty())
-            p.rule = QStringLiteral("LI");
-    }
-    const int dd = p.empty() ? f.walkUp({"DD"}) : -1;
-    if (const auto* kids = dd >= 0 ? childrenOf(dd) : nullptr) {
-        const Node& c = f.chain[size_t(dd)];
-        for (const Node& k : *kids) {
-            if (k.tag == QLatin1String("P")) {
-                if (k.namedAnchors > 0)
-                    p.ops << op(QStringLiteral("stripNamedAnchorsIn"), k.ref);
-                strip(p, k);
-            } else if (named(k) || tagIn(k, {"LI", "EM"})) {
-                strip(p, k);
-            } else if (tagIn(k, {"BR", "IMG", "TABLE"}) && !placeholder(k, *kids, c)) {
-                drop(p, k);
-            }
-        }
-        if (!p.empty())
-            p.rule = QStringLiteral("DD");
-    }
+    itemRules("LI", {"EM", "DD"});
+    if (p.empty())
+        itemRules("DD", {"LI", "EM"});
     const int h1 = p.empty() ? f.walkUp({"H1"}) : -1;
     if (const auto* kids = h1 >= 0 ? childrenOf(h1) : nullptr) {
         const Node& c = f.chain[size_t(h1)];

@@ -5,16 +5,13 @@
 
 namespace htmldom {
 
+using xmlsafe::qs;
+
 namespace {
 
 const xmlChar* X(const char* s)
 {
     return reinterpret_cast<const xmlChar*>(s);
-}
-
-QString qs(const xmlChar* s)
-{
-    return s ? QString::fromUtf8(reinterpret_cast<const char*>(s)) : QString();
 }
 
 bool isVoid(const xmlChar* name)

@@ -1,18 +1,15 @@
 #pragma once
 // The surface's HTML as a DOM held in C++ (libxml2's HTML tree), and the text
 // form in which HTML crosses to and from the surface (the BODY's innerHTML).
+#include "xmlsafety.h"
+
 #include <QString>
 
 #include <libxml/tree.h>
 
-#include <memory>
-
 namespace htmldom {
 
-struct DocDeleter {
-    void operator()(xmlDoc* d) const { xmlFreeDoc(d); }
-};
-using DocPtr = std::unique_ptr<xmlDoc, DocDeleter>;
+using xmlsafe::DocPtr;
 
 // A new page: html with an empty head and an empty body.
 DocPtr newPage();

@@ -1,5 +1,6 @@
 #include "indexkeywords.h"
 
+#include "mcommon.h"
 #include "xmlsafety.h"
 
 #include <QSet>
@@ -87,19 +88,25 @@ KeywordTree parseIndexText(const QString& text)
 
 QString buildIndexText(const KeywordTree& tree)
 {
+    using mCommon::escapeXML;
+    // Escaped as the topic's index text is, so that a keyword with "&" or "<"
+    // reads back as typed and the other keywords are not lost with it.
     QString out;
     auto open = [](const QString& key) {
         return key.isEmpty() ? QStringLiteral("<index>")
-                             : QStringLiteral("<index transid=\"") + key + QStringLiteral("\">");
+                             : QStringLiteral("<index transid=\"") + mCommon::escapeXMLAttribute(key) +
+                                   QStringLiteral("\">");
     };
     for (const Keyword& p : tree) {
         if (p.children.empty()) {
-            out += open(p.key) + QStringLiteral("<primary>") + p.text + QStringLiteral("</primary></index>");
+            out += open(p.key) + QStringLiteral("<primary>") + escapeXML(p.text) +
+                   QStringLiteral("</primary></index>");
             continue;
         }
         for (const Keyword& s : p.children)
-            out += open(s.key) + QStringLiteral("<primary>") + p.text + QStringLiteral("</primary><secondary>") +
-                   s.text + QStringLiteral("</secondary></index>");
+            out += open(s.key) + QStringLiteral("<primary>") + escapeXML(p.text) +
+                   QStringLiteral("</primary><secondary>") + escapeXML(s.text) +
+                   QStringLiteral("</secondary></index>");
     }
     return out;
 }

@@ -19,6 +19,7 @@ using KeywordTree = std::vector<Keyword>;
 KeywordTree parseIndexText(const QString& text);
 // The index text of the tree: one index per secondary node, or one for a
 // primary node without children, with the key as transid when not empty.
+// Keywords and keys are escaped.
 QString buildIndexText(const KeywordTree& tree);
 // Orders one level by its text.
 void sortLevel(std::vector<Keyword>& level);

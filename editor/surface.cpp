@@ -2,17 +2,23 @@
 
 #include "fileio.h"
 
+bool splitAtBody(const QString& html, QString& head, QString& body, QString& tail)
+{
+    const qsizetype open = html.indexOf(QStringLiteral("<body"), 0, Qt::CaseInsensitive);
+    const qsizetype openEnd = open >= 0 ? html.indexOf(QLatin1Char('>'), open) : -1;
+    const qsizetype close = html.lastIndexOf(QStringLiteral("</body>"), -1, Qt::CaseInsensitive);
+    if (open < 0 || openEnd < 0 || close <= openEnd)
+        return false;
+    head = html.left(openEnd + 1);
+    body = html.mid(openEnd + 1, close - openEnd - 1);
+    tail = html.mid(close);
+    return true;
+}
+
 void FakeSurface::setDocumentHTML(const QString& html)
 {
     m_shell = html;
-    int open = html.indexOf(QStringLiteral("<body"), 0, Qt::CaseInsensitive);
-    int openEnd = open >= 0 ? html.indexOf(QLatin1Char('>'), open) : -1;
-    int close = html.lastIndexOf(QStringLiteral("</body>"), -1, Qt::CaseInsensitive);
-    if (open >= 0 && openEnd >= 0 && close > openEnd) {
-        m_head = html.left(openEnd + 1);
-        m_body = html.mid(openEnd + 1, close - openEnd - 1);
-        m_tail = html.mid(close);
-    } else {
+    if (!splitAtBody(html, m_head, m_body, m_tail)) {
         m_head = QStringLiteral("<html><head></head><body>");
         m_body = html;
         m_tail = QStringLiteral("</body></html>");

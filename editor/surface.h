@@ -30,6 +30,10 @@ public:
     virtual bool busy() = 0;
 };
 
+// Splits a page at its BODY: up to and with the BODY's start tag, the BODY's
+// content, and from its end tag on. False when the page has no BODY.
+bool splitAtBody(const QString& html, QString& head, QString& body, QString& tail);
+
 // A surface without a window: holds the HTML as text. Every change sets the
 // dirty flag, as on the real page.
 class FakeSurface : public EditSurface {

@@ -22,6 +22,7 @@
 #include <QFileInfo>
 
 #include <exception>
+#include <stdexcept>
 
 namespace {
 
@@ -136,12 +137,6 @@ QString cOutput::tempFolder() const
     return projectFolder() + QStringLiteral("temp");
 }
 
-QString cOutput::fopProgram()
-{
-    QString fop = findOnPath(QStringLiteral("fop"));
-    return fop.isEmpty() ? QStringLiteral("/usr/bin/fop") : fop;
-}
-
 QStringList cOutput::languageNames() const
 {
     QStringList names;
@@ -251,6 +246,20 @@ QStringList cOutput::readFolders() const
 bool cOutput::writeStylesheet(const QString& text)
 {
     return fileio::writeUtf16Line(tempFolder() + QStringLiteral("/quillary_temp.xsl"), text);
+}
+
+XsltJob cOutput::secondPass(const QString& writeFolder, const QString& output) const
+{
+    XsltJob job;
+    job.stylesheet = tempFolder() + QStringLiteral("/quillary_temp.xsl");
+    job.input = tempFolder() + QStringLiteral("/quillary.xml");
+    job.output = output;
+    job.outputBase = writeFolder;
+    job.readFolders = readFolders();
+    job.writeFolders = {writeFolder};
+    job.imageFolder = projectFolder();
+    job.params = docbookParams();
+    return job;
 }
 
 bool cOutput::makeDocBook(const QString& language, const QString& out, const QString& cover)
@@ -365,15 +374,7 @@ void cOutput::makeHTMLHelp(const QString& language, bool keepDocBook)
         keepCopy(language);
     writeStylesheet(m_props.GetHHStylesheet());
     logLine(QStringLiteral("XSLT: Transforming DocBook XML to HTML Help source files..."));
-    XsltJob job;
-    job.stylesheet = tempFolder() + QStringLiteral("/quillary_temp.xsl");
-    job.input = tempFolder() + QStringLiteral("/quillary.xml");
-    job.outputBase = P;
-    job.readFolders = readFolders();
-    job.writeFolders = {P};
-    job.imageFolder = P;
-    job.params = docbookParams();
-    XsltResult r = runXslt(job);
+    XsltResult r = runXslt(secondPass(P));
     if (!fileExists(P + QStringLiteral("htmlhelp.hhp"))) {
         logLine(QStringLiteral("XSLT: HTML Help source files were not created!!!"), true);
         logTail(r.messages);
@@ -412,8 +413,8 @@ void cOutput::makePDF(const QString& language, bool keepDocBook)
 {
     QString fop = findOnPath(QStringLiteral("fop"));
     if (fop.isEmpty()) {
-        logLine(QStringLiteral("File \"") + fopProgram() +
-                    QStringLiteral("\" is missing! Incorrect installation. Output may not be created!"),
+        // Named where Debian's fop package puts it.
+        logLine(QStringLiteral("File \"/usr/bin/fop\" is missing! Incorrect installation. Output may not be created!"),
                 true);
         enableResultButtons();
         return;
@@ -439,14 +440,7 @@ void cOutput::makePDF(const QString& language, bool keepDocBook)
     logLine(QStringLiteral("XSLT: Transforming DocBook XML to Formatting Objects..."));
     const QString fo = P + QStringLiteral("quillary.fo");
     const QString pdf = P + QStringLiteral("quillary.pdf");
-    XsltJob job;
-    job.stylesheet = tempFolder() + QStringLiteral("/quillary_temp.xsl");
-    job.input = tempFolder() + QStringLiteral("/quillary.xml");
-    job.output = fo;
-    job.outputBase = P;
-    job.readFolders = readFolders();
-    job.writeFolders = {P};
-    job.imageFolder = P;
+    XsltJob job = secondPass(P, fo);
     // FOP 2 takes the extensions of its own generation; the bookmarks box
     // decides them as it decides the older ones.
     job.params = {{"fop.extensions", "0"},
@@ -503,16 +497,7 @@ void cOutput::makeHTML(const QString& language, bool keepDocBook)
     writeStylesheet(m_props.GetHTMLStylesheet());
     logLine(QStringLiteral("XSLT: Transforming DocBook XML to HTML file..."));
     const QString target = tempFolder() + QStringLiteral("/quillary.fo");
-    XsltJob job;
-    job.stylesheet = tempFolder() + QStringLiteral("/quillary_temp.xsl");
-    job.input = tempFolder() + QStringLiteral("/quillary.xml");
-    job.output = target;
-    job.outputBase = tempFolder();
-    job.readFolders = readFolders();
-    job.writeFolders = {tempFolder()};
-    job.imageFolder = P;
-    job.params = docbookParams();
-    XsltResult r = runXslt(job);
+    XsltResult r = runXslt(secondPass(tempFolder(), target));
     if (fileExists(target))
         QFile::rename(target, result);
     if (fileExists(result)) {
@@ -551,15 +536,7 @@ void cOutput::makeHTMLFrames(const QString& language, bool keepDocBook)
     removeFolder(folder);
     QDir().mkpath(folder);
     logLine(QStringLiteral("XSLT: Transforming DocBook XML to HTML files..."));
-    XsltJob job;
-    job.stylesheet = tempFolder() + QStringLiteral("/quillary_temp.xsl");
-    job.input = tempFolder() + QStringLiteral("/quillary.xml");
-    job.outputBase = folder;
-    job.readFolders = readFolders();
-    job.writeFolders = {folder};
-    job.imageFolder = P;
-    job.params = docbookParams();
-    XsltResult r = runXslt(job);
+    XsltResult r = runXslt(secondPass(folder));
     if (!fileExists(folder + QStringLiteral("/index.html"))) {
         logLine(QStringLiteral("XSLT: HTML files were not created!!!"), true);
         logTail(r.messages);
@@ -615,15 +592,17 @@ void cOutput::copyImages(const QString& docBookFile, const QString& outputFolder
                 throw std::runtime_error("language image folder");
         if (!QDir().mkpath(L))
             throw std::runtime_error("language image folder");
+        const QString inside = QDir::cleanPath(imgFolder) + QLatin1Char('/');
         const QString A = QStringLiteral("/img/") + language;
         const QString B = QLatin1Char('/') + outputFolder + QStringLiteral("/img/") + language;
         for (const QString& source : images) {
-            if (!fileExists(source))
+            if (!fileExists(source) || !source.startsWith(P))
                 continue;
-            QString target = source;
-            target.replace(A, B);
-            // An image outside the language folders would be its own target.
-            if (QFileInfo(target).absoluteFilePath() == QFileInfo(source).absoluteFilePath())
+            // Only the part below the project folder is mapped, and the copy
+            // must land in the output's image folder: a folder name or a
+            // "../" in the reference never leads the copy elsewhere.
+            QString target = P.left(P.size() - 1) + QString(source.mid(P.size() - 1)).replace(A, B);
+            if (!QDir::cleanPath(target).startsWith(inside))
                 continue;
             QDir().mkpath(QFileInfo(target).absolutePath());
             deleteFile(target);

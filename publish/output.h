@@ -6,12 +6,11 @@
 #include <QString>
 #include <QStringList>
 
-#include <functional>
-
 class cProject;
 class cOutputProperties;
 class OutputLog;
 class MsgBox;
+struct XsltJob;
 
 class cOutput {
 public:
@@ -55,15 +54,15 @@ public:
     QString projectFolder() const;
     QString tempFolder() const;
 
-    // The program that compiles HTML Help and the one that renders PDF.
-    static QString fopProgram();
-
 private:
     void logLine(const QString& text, bool error = false, bool newLine = true);
     void blank();
     void logTail(const QString& output);
     void finish(const QDateTime& start);
     bool writeStylesheet(const QString& text);
+    // The second transformation: temp's DocBook file through temp's
+    // stylesheet, writing into writeFolder (and output, when given).
+    XsltJob secondPass(const QString& writeFolder, const QString& output = {}) const;
     void keepCopy(const QString& language);
     QString bookBase() const;
     QString coverValue(const QString& language, const QString& cover) const;

@@ -1,16 +1,15 @@
 #include "outputproperties.h"
 
+#include "fileio.h"
 #include "msgbox.h"
 #include "paths.h"
 #include "publishpaths.h"
 
-#include <QFile>
 #include <QFileInfo>
 #include <QStringDecoder>
 
 #include <array>
 #include <optional>
-#include <variant>
 
 namespace {
 
@@ -293,9 +292,6 @@ static void applyGroups(cOutputProperties& p, int tab, const std::vector<Group>&
 {
     for (const Group& g : groups) {
         QString n = QString::fromLatin1(g.name);
-        if (n == QLatin1String("Note")) {
-            continue;
-        }
         p.setText(QStringLiteral("cmb") + n + QStringLiteral("Font"), tab, QString::fromLatin1(g.font));
         p.setText(QStringLiteral("cmb") + n + QStringLiteral("Size"), tab, QString::number(g.size));
         p.setColorHex(QStringLiteral("pic") + n + QStringLiteral("Color"), tab, QString::fromLatin1(g.color));
@@ -316,18 +312,25 @@ static void applyNote(cOutputProperties& p, int tab, const char* titleFont, int 
     p.setColorHex(QStringLiteral("picNoteBGColor"), tab, QString::fromLatin1(bg));
 }
 
+// The style groups of the three web tabs, which differ only in the chapter
+// title's background.
+static void applyWebGroups(cOutputProperties& p, int tab, const char* chapterTitleBg)
+{
+    applyGroups(p, tab,
+                {{"Body", "Times New Roman", 12, "000000", "FFFFFF", false, false},
+                 {"BookTitle", "Times New Roman", 24, "000000", "ADD0FC", true, false},
+                 {"ChapterTitle", "Times New Roman", 18, "000000", chapterTitleBg, true, false},
+                 {"Author", "Times New Roman", 14, "000000", "FFFFFF", true, false},
+                 {"Header", "Times New Roman", 12, "000000", "ADD0FC", true, false},
+                 {"Descrp", "Times New Roman", 12, "000000", "FFFFFF", false, true}});
+    applyNote(p, tab, "Times New Roman", 14, "Times New Roman", 12, "ADD0FC");
+}
+
 void cOutputProperties::resetHH()
 {
     const int t = kHH;
     resetCommon(t);
-    applyGroups(*this, t,
-                {{"Body", "Times New Roman", 12, "000000", "FFFFFF", false, false},
-                 {"BookTitle", "Times New Roman", 24, "000000", "ADD0FC", true, false},
-                 {"ChapterTitle", "Times New Roman", 18, "000000", "ADD0FC", true, false},
-                 {"Author", "Times New Roman", 14, "000000", "FFFFFF", true, false},
-                 {"Header", "Times New Roman", 12, "000000", "ADD0FC", true, false},
-                 {"Descrp", "Times New Roman", 12, "000000", "FFFFFF", false, true}});
-    applyNote(*this, t, "Times New Roman", 14, "Times New Roman", 12, "ADD0FC");
+    applyWebGroups(*this, t, "ADD0FC");
     setCheck(QStringLiteral("chkToC"), t, false);
     setText(QStringLiteral("txtToCDepth"), t, QStringLiteral("10"));
     setCheck(QStringLiteral("chkListFigures"), t, false);
@@ -365,14 +368,7 @@ void cOutputProperties::resetHTML()
 {
     const int t = kHTML;
     resetCommon(t);
-    applyGroups(*this, t,
-                {{"Body", "Times New Roman", 12, "000000", "FFFFFF", false, false},
-                 {"BookTitle", "Times New Roman", 24, "000000", "ADD0FC", true, false},
-                 {"ChapterTitle", "Times New Roman", 18, "000000", "FFFFFF", true, false},
-                 {"Author", "Times New Roman", 14, "000000", "FFFFFF", true, false},
-                 {"Header", "Times New Roman", 12, "000000", "ADD0FC", true, false},
-                 {"Descrp", "Times New Roman", 12, "000000", "FFFFFF", false, true}});
-    applyNote(*this, t, "Times New Roman", 14, "Times New Roman", 12, "ADD0FC");
+    applyWebGroups(*this, t, "FFFFFF");
     setCheck(QStringLiteral("chkToC"), t, true);
     setCheck(QStringLiteral("chkAutoNumber"), t, true);
     setText(QStringLiteral("txtToCDepth"), t, QStringLiteral("10"));
@@ -386,17 +382,10 @@ void cOutputProperties::resetHTMLFrames()
 {
     const int t = kHTMLFrames;
     resetCommon(t);
-    applyGroups(*this, t,
-                {{"Body", "Times New Roman", 12, "000000", "FFFFFF", false, false},
-                 {"BookTitle", "Times New Roman", 24, "000000", "ADD0FC", true, false},
-                 {"ChapterTitle", "Times New Roman", 18, "000000", "ADD0FC", true, false},
-                 {"Author", "Times New Roman", 14, "000000", "FFFFFF", true, false},
-                 {"Header", "Times New Roman", 12, "000000", "ADD0FC", true, false},
-                 {"Descrp", "Times New Roman", 12, "000000", "FFFFFF", false, true},
-                 {"ToC", "Arial", 10, "000080", "FFFFFF", true, false}});
+    applyWebGroups(*this, t, "ADD0FC");
+    applyGroups(*this, t, {{"ToC", "Arial", 10, "000080", "FFFFFF", true, false}});
     // The left pane's italic box is spelled chkTocItalic.
     setCheck(QStringLiteral("chkTocItalic"), t, false);
-    applyNote(*this, t, "Times New Roman", 14, "Times New Roman", 12, "ADD0FC");
     setCheck(QStringLiteral("chkToC"), t, true);
     setCheck(QStringLiteral("chkAutoNumber"), t, true);
     setText(QStringLiteral("txtToCDepth"), t, QStringLiteral("10"));
@@ -497,15 +486,9 @@ QByteArray cOutputProperties::propertiesText() const
     return out.toUtf8();
 }
 
-bool cOutputProperties::SaveProperties(const QString& path) const
+bool cOutputProperties::SaveProperties(const QString& path, QString* error) const
 {
-    QFile f(path);
-    if (!f.open(QIODevice::WriteOnly | QIODevice::Truncate))
-        return false;
-    QByteArray data = propertiesText();
-    bool ok = f.write(data) == data.size();
-    ok = f.flush() && ok;
-    return ok;
+    return fileio::atomicReplace(path, propertiesText(), {}, error);
 }
 
 namespace {
@@ -626,19 +609,19 @@ QString decodeAnsi(const QByteArray& bytes)
 
 } // namespace
 
-void cOutputProperties::LoadProperties(const QString& path, MsgBox& box)
+bool cOutputProperties::LoadProperties(const QString& path, MsgBox& box)
 {
-    QFile f(path);
-    if (!f.open(QIODevice::ReadOnly))
-        return;
-    ItemReader r(decodeAnsi(f.readAll()));
-    f.close();
+    if (!QFileInfo::exists(path))
+        return false;
+    // A file that cannot be read fails the header test below.
+    QByteArray bytes;
+    fileio::readFile(path, bytes);
+    ItemReader r(decodeAnsi(bytes));
     Item head = r.next();
-    QString headText = head.type == Item::String ? head.s : QString();
-    if (head.type != Item::String || headText != kHeader) {
+    if (head.type != Item::String || head.s != kHeader) {
         box.exclamation(QStringLiteral("File is not a ") + kAppTitle + QStringLiteral(" Data File"),
                         QStringLiteral("Error reading file"));
-        return;
+        return false;
     }
     while (!r.atEnd()) {
         Item name = r.next();
@@ -701,6 +684,7 @@ void cOutputProperties::LoadProperties(const QString& path, MsgBox& box)
         }
         }
     }
+    return true;
 }
 
 QString cOutputProperties::lastQopPath()
@@ -720,8 +704,6 @@ void cOutputProperties::formLoad(MsgBox& box)
 
 void cOutputProperties::cmdOK()
 {
-    if (QFileInfo::exists(lastQopPath()))
-        QFile::remove(lastQopPath());
     SaveProperties(lastQopPath());
 }
 

@@ -87,11 +87,12 @@ public:
     QString GetHTMLStylesheet() const;
     QString GetHTMLFramesStylesheet() const;
 
-    // The .qop file. SaveProperties returns false when the file cannot be
-    // written. LoadProperties is silent for a missing file and shows
-    // "File is not a ... Data File" for a wrong header.
-    bool SaveProperties(const QString& path) const;
-    void LoadProperties(const QString& path, MsgBox& box);
+    // The .qop file. SaveProperties replaces the file whole or not at all;
+    // false with the reason in *error. LoadProperties is silent for a missing
+    // file and shows "File is not a ... Data File" for one it cannot read as
+    // such; true when the records were read.
+    bool SaveProperties(const QString& path, QString* error = nullptr) const;
+    bool LoadProperties(const QString& path, MsgBox& box);
     // The text SaveProperties writes.
     QByteArray propertiesText() const;
 

@@ -168,10 +168,6 @@ struct Tab {
     bool opt(const char* n) const { return p.option(QString::fromLatin1(n), t); }
     QString txt(const char* n) const { return p.text(QString::fromLatin1(n), t); }
     QString hex(const char* n) const { return cOutputProperties::colorToHex(p.color(QString::fromLatin1(n), t)); }
-    QString g(const QString& prefix, const QString& group, const QString& suffix) const
-    {
-        return prefix + group + suffix;
-    }
 
     QString tocParam() const
     {

@@ -1,6 +1,7 @@
 #include "verification.h"
 
 #include "cproject.h"
+#include "fileio.h"
 #include "mcommon.h"
 #include "msgbox.h"
 #include "outputverifier.h"
@@ -134,17 +135,17 @@ void cVerification::unload()
     }
 }
 
-QStringList cVerification::writePages(const QString& folder) const
+QStringList cVerification::writePages(const QString& folder, QString* error) const
 {
     QDir().mkpath(folder);
     QStringList written;
     for (int i = 0; i < 4; ++i) {
         QString path = QDir(folder).filePath(QString::fromLatin1(kFileNames[i]));
-        QFile f(path);
-        if (f.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
-            f.write(pageBytes(m_pages[i]));
+        QString reason;
+        if (fileio::atomicReplace(path, pageBytes(m_pages[i]), {}, &reason))
             written << path;
-        }
+        else if (error && error->isEmpty())
+            *error = reason;
     }
     return written;
 }

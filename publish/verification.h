@@ -28,8 +28,9 @@ public:
     QString temporaryFile(Page p) const { return m_files[p]; }
     void unload();
 
-    // Writes the four pages into a folder under fixed names; returns the paths.
-    QStringList writePages(const QString& folder) const;
+    // Writes the four pages into a folder under fixed names; returns the paths
+    // written, and the reason of the first failure in *error.
+    QStringList writePages(const QString& folder, QString* error = nullptr) const;
     static QString pageFileName(Page p);
 
 private:

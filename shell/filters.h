@@ -43,7 +43,7 @@ public:
     void characters(std::string_view text) override;
     void skippedEntity(std::string_view name) override;
 
-    bool found() const { return m_done; }
+    bool found() const override { return m_done; }
 
 protected:
     // The id looked for and the action in the terms of the filter above.
@@ -95,7 +95,7 @@ public:
     void endElement(std::string_view name) override;
     void characters(std::string_view text) override;
 
-    bool found() const { return m_found; }
+    bool found() const override { return m_found; }
 
 private:
     bool m_inTarget = false;

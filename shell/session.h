@@ -145,6 +145,10 @@ private:
     void setEnabled(const QString& key, bool on);
     void pushEnabling();
     bool rewriteChapter(const QString& chapterTitle, RewriteFilter& filter);
+    // The boxes for a tree that disagrees with the files: a chapter the
+    // project file does not list, an element its file does not hold.
+    void notInProjectFile(const QString& chapterTitle);
+    void notFoundInFile(const QString& file);
     void chooseSelectionAfterRemoving(const NodePtr& node, bool forTopic);
     bool moveElement(const NodePtr& source, const NodePtr& target, bool into);
     void renameChapter(bool topLevel);

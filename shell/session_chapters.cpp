@@ -20,6 +20,32 @@ bool isTopLevel(const NodePtr& node)
     return p && p->Tag == QLatin1String("book");
 }
 
+// One title per language, all with the same text.
+QString titlesText(const QStringList& langs, const QString& title)
+{
+    QString s;
+    for (const QString& l : langs)
+        s += QStringLiteral("<title lang=\"") + mCommon::escapeXMLAttribute(l) + QStringLiteral("\">") +
+             mCommon::escapeXML(title) + QStringLiteral("</title>");
+    return s;
+}
+
+// The node of a new chapter or subchapter, placed by action (7 before, 8
+// after, 9 last child of relative), selected.
+NodePtr addChapterNode(BookTree& tree, const NodePtr& relative, int action, const QString& key,
+                       const QString& title)
+{
+    Relation rel = action == 7 ? Relation::Previous : action == 8 ? Relation::Next : Relation::Child;
+    NodePtr node = tree.Add(relative, rel, key, title, treeimg::Closed, 0);
+    if (!node)
+        return nullptr;
+    node->ExpandedImage = treeimg::Open;
+    node->Tag = QStringLiteral("chapter");
+    tree.Changed(node);
+    tree.Select(node);
+    return node;
+}
+
 bool isBelow(const NodePtr& node, const NodePtr& ancestor)
 {
     for (NodePtr p = node; p; p = p->Parent())
@@ -48,7 +74,7 @@ bool Session::changeChapter(int action, QString xml, QString title, QString id)
     if (!m_open || isLocked())
         return false;
     NodePtr ch = selectedChapter();
-    if (!ch)
+    if (!ch || (ch->Tag == QLatin1String("book") && action != 9))
         return false;
     // Top-level work: 9 on the book, or 6, 7, 8 on a chapter of the book.
     if ((action == 9 && ch->Tag == QLatin1String("book")) ||
@@ -87,11 +113,8 @@ bool Session::changeChapter(int action, QString xml, QString title, QString id)
             return false;
         }
         id = m_project.getNewSubchapterID();
-        xml = QStringLiteral("<subchapter id=\"") + id + QStringLiteral("\">");
-        for (const QString& l : m_project.languageList())
-            xml += QStringLiteral("<title lang=\"") + mCommon::escapeXMLAttribute(l) + QStringLiteral("\">") +
-                   mCommon::escapeXML(title) + QStringLiteral("</title>");
-        xml += QStringLiteral("</subchapter>");
+        xml = QStringLiteral("<subchapter id=\"") + id + QStringLiteral("\">") +
+              titlesText(m_project.languageList(), title) + QStringLiteral("</subchapter>");
     }
     f.SubID = ch->Key;
     if (action == 9)
@@ -101,14 +124,9 @@ bool Session::changeChapter(int action, QString xml, QString title, QString id)
     f.xmlIn = xml;
     if (!rewriteChapter(chapterTitle, f))
         return false;
-    Relation rel = action == 7 ? Relation::Previous : action == 8 ? Relation::Next : Relation::Child;
-    NodePtr node = m_tree.Add(ch, rel, id, title, treeimg::Closed, 0);
+    NodePtr node = addChapterNode(m_tree, ch, action, id, title);
     if (!node)
         return false;
-    node->ExpandedImage = treeimg::Open;
-    node->Tag = QStringLiteral("chapter");
-    m_tree.Changed(node);
-    m_tree.Select(node);
     if (!ready)
         clickOnTopic(node);
     return true;
@@ -128,11 +146,8 @@ bool Session::insertChapterFile(int action)
         m_box.exclamation(QStringLiteral("Chapter with same title already exists! Chapter can not be inserted!"));
         return false;
     }
-    QString text = QStringLiteral("<chapter>");
-    for (const QString& l : m_project.languageList())
-        text += QStringLiteral("<title lang=\"") + mCommon::escapeXMLAttribute(l) + QStringLiteral("\">") +
-                mCommon::escapeXML(title) + QStringLiteral("</title>");
-    text += QStringLiteral("</chapter>");
+    const QString text =
+        QStringLiteral("<chapter>") + titlesText(m_project.languageList(), title) + QStringLiteral("</chapter>");
     const QString id = m_project.getNewChapterID();
     const QString fileName = id + QStringLiteral(".xml");
     const QString path = m_project.GetProjectFolder() + fileName;
@@ -151,14 +166,9 @@ bool Session::insertChapterFile(int action)
         return false;
     }
     m_project.InsertChapter(title, id, fileName);
-    Relation rel = action == 7 ? Relation::Previous : action == 8 ? Relation::Next : Relation::Child;
-    NodePtr node = m_tree.Add(ch, rel, QString(), title, treeimg::Closed, 0);
+    NodePtr node = addChapterNode(m_tree, ch, action, QString(), title);
     if (!node)
         return false;
-    node->ExpandedImage = treeimg::Open;
-    node->Tag = QStringLiteral("chapter");
-    m_tree.Changed(node);
-    m_tree.Select(node);
     clickOnTopic(node);
     return true;
 }
@@ -174,7 +184,7 @@ bool Session::removeChapterFile()
     h.NewChapterID = m_project.getChapterID(title);
     h.Command = 6;
     if (h.NewChapterID.isEmpty()) {
-        m_box.stop(QStringLiteral("The chapter \"") + title + QStringLiteral("\" has no file in the project file!"));
+        notInProjectFile(title);
         return false;
     }
     detachChapterNode(ch);
@@ -277,7 +287,8 @@ void Session::editBookProperties()
         return;
     if (!mCommon::checkFreeSpace(m_project.GetProjectFile(), m_box))
         return;
-    bf.setProperties(book, QString());
+    if (!bf.setProperties(book, QString()))
+        return;
     root->Text = book.Title;
     m_tree.Changed(root);
     clickOnTopic(root);
@@ -304,8 +315,8 @@ void Session::deleteBook()
     const QString projectFile = m_project.GetProjectFile();
     // The start-up sequence again: closes the project and clears its mark.
     startUp(QString());
-    if (askSaveTopic() || m_open)
-        return;
+    if (m_open)
+        return; // the save prompt was cancelled
     for (const QString& f : chapters)
         QFile::remove(f);
     QFile::remove(book);

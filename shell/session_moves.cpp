@@ -9,7 +9,6 @@
 #include "msgbox.h"
 
 #include <QFile>
-#include <QFileInfo>
 
 namespace {
 enum class Kind { None, Book, TopChapter, Subchapter, Topic };
@@ -108,9 +107,21 @@ bool Session::dropNode(const NodePtr& source, const NodePtr& target)
             return false;
         QString sourceID = m_project.getChapterID(source->Text);
         QString targetID = m_project.getChapterID(target->Text);
-        if (sourceID.isEmpty() || targetID.isEmpty() || sourceID == targetID)
+        if (sourceID.isEmpty() || targetID.isEmpty()) {
+            notInProjectFile(sourceID.isEmpty() ? source->Text : target->Text);
             return false;
-        bf.moveChapter(sourceID, targetID);
+        }
+        if (sourceID == targetID)
+            return false;
+        // Moving a reference that is there before one that is not would
+        // drop the chapter from the book.
+        const QStringList order = bf.chapterOrder();
+        if (!order.contains(sourceID) || !order.contains(targetID)) {
+            notFoundInFile(m_project.getBookFile());
+            return false;
+        }
+        if (!bf.moveChapter(sourceID, targetID))
+            return false;
         m_tree.Move(source, target, Relation::Previous);
         clickOnTopic(source);
         return true;
@@ -130,17 +141,17 @@ bool Session::moveElement(const NodePtr& source, const NodePtr& target, bool int
 {
     const bool isTopic = kindOf(source) == Kind::Topic;
     const QString element = isTopic ? QStringLiteral("topic") : QStringLiteral("subchapter");
-    const QString sourceFile = m_project.getChapterFile(mCommon::getChapterFromPath(source->FullPath()));
-    const QString targetFile = m_project.getChapterFile(mCommon::getChapterFromPath(target->FullPath()));
+    const QString sourceChapter = mCommon::getChapterFromPath(source->FullPath());
+    const QString targetChapter = mCommon::getChapterFromPath(target->FullPath());
+    const QString sourceFile = m_project.getChapterFile(sourceChapter);
+    const QString targetFile = m_project.getChapterFile(targetChapter);
     if (sourceFile.isEmpty() || targetFile.isEmpty()) {
-        m_box.stop(QStringLiteral("The chapter of \"") + (sourceFile.isEmpty() ? source->Text : target->Text) +
-                   QStringLiteral("\" has no file in the project file!"));
+        notInProjectFile(sourceFile.isEmpty() ? sourceChapter : targetChapter);
         return false;
     }
     const QString xml = extract(sourceFile, element, source->Key);
     if (xml.isEmpty()) {
-        m_box.stop(QStringLiteral("The element to change was not found in \"") + QFileInfo(sourceFile).fileName() +
-                   QStringLiteral("\". Nothing has been changed."));
+        notFoundInFile(sourceFile);
         return false;
     }
 
@@ -166,10 +177,12 @@ bool Session::moveElement(const NodePtr& source, const NodePtr& target, bool int
     auto fail = [&](const QString& file) {
         fileio::commitTemp(t1, QString());
         fileio::commitTemp(t2, QString());
-        if (!errors.failed())
-            m_box.stop(error.isEmpty() ? QStringLiteral("The element to change was not found in \"") +
-                                             QFileInfo(file).fileName() + QStringLiteral("\". Nothing has been changed.")
-                                       : error);
+        if (errors.failed())
+            return false;
+        if (error.isEmpty())
+            notFoundInFile(file);
+        else
+            m_box.stop(error);
         return false;
     };
     if (!rewriteToTemp(sourceFile, drop, t1, &errors, &error) || !drop.found())

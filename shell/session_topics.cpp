@@ -117,12 +117,22 @@ void Session::clickOnTopic(const NodePtr& node)
     }
 }
 
+void Session::notInProjectFile(const QString& chapterTitle)
+{
+    m_box.stop(QStringLiteral("The chapter \"") + chapterTitle + QStringLiteral("\" has no file in the project file!"));
+}
+
+void Session::notFoundInFile(const QString& file)
+{
+    m_box.stop(QStringLiteral("The element to change was not found in \"") + QFileInfo(file).fileName() +
+               QStringLiteral("\". Nothing has been changed."));
+}
+
 bool Session::rewriteChapter(const QString& chapterTitle, RewriteFilter& filter)
 {
     QString file = m_project.getChapterFile(chapterTitle);
     if (file.isEmpty()) {
-        m_box.stop(QStringLiteral("The chapter \"") + chapterTitle +
-                   QStringLiteral("\" has no file in the project file!"));
+        notInProjectFile(chapterTitle);
         return false;
     }
     cSAXErrorHandler errors(m_box);
@@ -132,13 +142,10 @@ bool Session::rewriteChapter(const QString& chapterTitle, RewriteFilter& filter)
             m_box.stop(error);
         return false;
     }
-    auto* change = dynamic_cast<FileChangeFilter*>(&filter);
-    auto* update = dynamic_cast<cSAXFileChangeChapterUpdate*>(&filter);
-    if ((change && !change->found()) || (update && !update->found())) {
+    if (!filter.found()) {
         // The tree and the file disagree: change nothing.
         fileio::commitTemp(tempPath(), QString());
-        m_box.stop(QStringLiteral("The element to change was not found in \"") + QFileInfo(file).fileName() +
-                   QStringLiteral("\". Nothing has been changed."));
+        notFoundInFile(file);
         return false;
     }
     if (!fileio::commitTemp(tempPath(), file, &error)) {

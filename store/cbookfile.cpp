@@ -103,10 +103,10 @@ void cBookFile::getProperties(cBook& book, const QString& language) const
     book.BookFile = m_path;
 }
 
-void cBookFile::setProperties(const cBook& book, const QString& language)
+bool cBookFile::setProperties(const cBook& book, const QString& language)
 {
     if (!m_loaded)
-        return;
+        return false;
     QString lang = language.isEmpty() ? currentLanguage() : language;
     xmlNode* root = xmlDocGetRootElement(m_doc.get());
     bool titleDone = false;
@@ -126,13 +126,13 @@ void cBookFile::setProperties(const cBook& book, const QString& language)
             setText(c, book.BookTime);
         }
     }
-    save();
+    return save();
 }
 
-void cBookFile::addLangTitle(const QString& abbreviation)
+bool cBookFile::addLangTitle(const QString& abbreviation)
 {
     if (!m_loaded)
-        return;
+        return false;
     xmlNode* root = xmlDocGetRootElement(m_doc.get());
     QString text;
     for (xmlNode* c = root->children; c; c = c->next) {
@@ -147,16 +147,16 @@ void cBookFile::addLangTitle(const QString& abbreviation)
             xmlAddChild(title, xmlNewDocText(m_doc.get(), X(t.constData())));
             xmlNewProp(title, X("lang"), X(a.constData()));
             xmlAddPrevSibling(c, title);
-            save();
-            return;
+            return save();
         }
     }
+    return false;
 }
 
-void cBookFile::moveChapter(const QString& entity, const QString& before)
+bool cBookFile::moveChapter(const QString& entity, const QString& before)
 {
     if (!m_loaded)
-        return;
+        return false;
     QByteArray e = entity.toUtf8();
     QByteArray b = before.toUtf8();
     xmlNode* root = xmlDocGetRootElement(m_doc.get());
@@ -174,7 +174,7 @@ void cBookFile::moveChapter(const QString& entity, const QString& before)
         }
         c = next;
     }
-    save();
+    return save();
 }
 
 QStringList cBookFile::chapterOrder() const

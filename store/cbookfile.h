@@ -14,9 +14,11 @@ public:
     bool Load(const QString& path);
     bool isLoaded() const { return m_loaded; }
     void getProperties(cBook& book, const QString& language) const;
-    void setProperties(const cBook& book, const QString& language);
-    void addLangTitle(const QString& abbreviation);
-    void moveChapter(const QString& entity, const QString& before);
+    // These three save at once; false when nothing was loaded or the file
+    // could not be written (the box has been shown).
+    bool setProperties(const cBook& book, const QString& language);
+    bool addLangTitle(const QString& abbreviation);
+    bool moveChapter(const QString& entity, const QString& before);
     // The entity references of the book body, in order.
     QStringList chapterOrder() const;
 

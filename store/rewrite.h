@@ -20,6 +20,10 @@ public:
     void characters(std::string_view text) override;
     void skippedEntity(std::string_view name) override;
 
+    // Whether the element the filter works on was met; a filter that works
+    // on the whole file always has.
+    virtual bool found() const { return true; }
+
 protected:
     void writeStart(std::string_view name, const sax::Attrs& attrs);
     void writeEnd(std::string_view name);

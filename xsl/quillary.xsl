@@ -12,12 +12,6 @@
   <xsl:apply-templates select="book"/>
 </xsl:template>
 
-<!-- An element whose output attribute names the other kind of output is left out. -->
-<xsl:template name="is.dropped">
-  <xsl:param name="node" select="."/>
-  <xsl:if test="$node/ancestor-or-self::*[@output and @output != $out]">1</xsl:if>
-</xsl:template>
-
 <xsl:template match="book">
   <book lang="{$language}">
     <bookinfo>

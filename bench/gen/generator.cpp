@@ -116,10 +116,11 @@ QString generateProject(const QString& dir, const QString& name, const Generator
         int open = 0;
         for (int t = 0; t < o.topicsPerChapter; ++t) {
             if (o.topicsPerSub > 0 && t > 0 && t % o.topicsPerSub == 0) {
-                // Open a subchapter; every other one nests inside the previous.
-                if (open > 0 && (t / o.topicsPerSub) % 2 == 1) {
-                    s += QStringLiteral("</subchapter>");
-                    --open;
+                // Open a subchapter; every other one nests inside the previous,
+                // so subchapters stand two deep at most.
+                if ((t / o.topicsPerSub) % 2 == 1) {
+                    for (; open > 0; --open)
+                        s += QStringLiteral("</subchapter>");
                 }
                 QString stitle = QStringLiteral("Part %1 ").arg(++w.sub) + w.words(2);
                 s += QStringLiteral("<subchapter id=\"sub") + QString::number(w.sub) + QStringLiteral("\">");

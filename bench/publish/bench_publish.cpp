@@ -3,113 +3,40 @@
 // xsltproc running the same two transformations of the HTML format.
 // Usage: quillary_bench_publish [--topics N] [--work DIR] [--formats html,htmlchunk,htmlhelp,pdf]
 #include "fileio.h"
+#include "generator.h"
 #include "outputproperties.h"
 #include "paths.h"
-#include "publishpaths.h"
 #include "xmlsafety.h"
 
 #include <QCoreApplication>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
-#include <QFileInfo>
-#include <QStandardPaths>
 #include <QTemporaryDir>
 
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <vector>
 
 namespace {
 
-void writeUtf16(const QString& path, const QString& text)
+// The generated book of the benchmarks, in one language, with the images
+// its topics name.
+QString generate(const QString& folder, int topics)
 {
-    fileio::atomicReplace(path, fileio::utf16WithBom(text + QStringLiteral("\r\n")));
-}
-
-// The book: chapters of 50 topics each, subchapters of 10, every element of
-// the topic vocabulary in each topic, links across the book.
-void generate(const QString& folder, int topics)
-{
-    QDir().mkpath(folder + "/book/img/en");
-    QFile::copy(QStringLiteral(QUILLARY_SOURCE_DIR "/examples/sample/sample/img/en/window.png"),
-                folder + "/book/img/en/window.png");
-    const int perChapter = 50;
-    int chapters = (topics + perChapter - 1) / perChapter;
-    if (chapters > 20)
-        chapters = 20; // the bounded stack of the project file
-    int perChap = (topics + chapters - 1) / chapters;
-    QString entities, refs, qlyChapters;
-    int id = 0, sub = 0;
-    for (int c = 1; c <= chapters; ++c) {
-        QString ch = QStringLiteral("<chapter><title lang=\"en\">Chapter %1</title>").arg(c);
-        int inThis = std::min(perChap, topics - id);
-        for (int t = 0; t < inThis; ++t) {
-            if (t % 10 == 0) {
-                if (t > 0)
-                    ch += "</subchapter>";
-                ch += QStringLiteral("<subchapter id=\"sub%1\"><title lang=\"en\">Part %1</title>").arg(++sub);
-            }
-            ++id;
-            int target = (id * 7) % topics + 1;
-            ch += QStringLiteral(
-                      "<topic id=\"topic%1\"><title lang=\"en\" state=\"complete\" stamp=\"1/1/26 10:00\">Topic %1</title>"
-                      "<onelang lang=\"en\"><index><primary>keyword %2</primary><secondary>topic %1</secondary></index>"
-                      "<p>This is the first paragraph of topic %1 with <sign>bold words</sign> and a link to "
-                      "<link ref=\"topic%3\"></link>.<anchor id=\"anchor%1\" name=\"mark %1\"></anchor></p>"
-                      "<p><title>Header</title>Lorem ipsum dolor sit amet, consectetur adipiscing elit, sed do eiusmod "
-                      "tempor incididunt ut labore et dolore magna aliqua. Ut enim ad minim veniam.</p>"
-                      "<list format=\"bullet\"><item>One</item><item>Two <sign>three</sign></item></list>"
-                      "<notice><title>Note</title><p>Notice of topic %1.</p></notice>"
-                      "<table border=\"all\" colnumber=\"2\"><header><cell>Key</cell><cell>Value</cell></header>"
-                      "<row><cell>a</cell><cell>b</cell></row><col width=\"1*\"></col><col width=\"2*\"></col>"
-                      "<title>Table %1</title></table>%4</onelang></topic>")
-                      .arg(id)
-                      .arg(id % 97)
-                      .arg(target)
-                      .arg(id % 10 == 0 ? QStringLiteral("<image file=\"img\\en\\window.png\" format=\"png\" "
-                                                         "scale=\"100\">Figure of topic %1</image>")
-                                              .arg(id)
-                                        : QString());
-        }
-        if (inThis > 0)
-            ch += "</subchapter>";
-        ch += "</chapter>";
-        writeUtf16(folder + QStringLiteral("/book/chapter%1.xml").arg(c), ch);
-        entities += QStringLiteral("<!ENTITY chapter%1 SYSTEM \"chapter%1.xml\">").arg(c);
-        refs += QStringLiteral("&chapter%1;").arg(c);
-        qlyChapters += QStringLiteral("<chapter><title>Chapter %1</title><id>chapter%1</id><file>chapter%1.xml</file>"
-                                      "</chapter>")
-                           .arg(c);
-    }
-    writeUtf16(folder + "/book/book.xml",
-               "<?xml version=\"1.0\"?><!DOCTYPE book [<!ELEMENT book (title*,author,version,date,time)>"
-               "<!ELEMENT title (#PCDATA)><!ELEMENT author (#PCDATA)><!ELEMENT version (#PCDATA)>"
-               "<!ELEMENT date (#PCDATA)><!ELEMENT time (#PCDATA)><!ATTLIST title lang CDATA #REQUIRED>" +
-                   entities +
-                   "]><book><title lang=\"en\">Benchmark Book</title><author>Bench</author><version>1.0</version>"
-                   "<date>1/1/26</date><time>10:00</time>" +
-                   refs + "</book>");
-    writeUtf16(folder + "/book.qly",
-               "<?xml version=\"1.0\"?><!DOCTYPE project [<!ELEMENT project (version, files, languages,topicid,"
-               "subchapterid,chapterid,anchorid,lock?)><!ELEMENT version (#PCDATA)><!ELEMENT files (book, chapter*)>"
-               "<!ELEMENT book (#PCDATA)><!ELEMENT chapter (title, id, file)><!ELEMENT title (#PCDATA)>"
-               "<!ELEMENT id (#PCDATA)><!ELEMENT file (#PCDATA)><!ELEMENT languages (main, language*)>"
-               "<!ELEMENT main (name, abrev)><!ELEMENT name (#PCDATA)><!ELEMENT abrev (#PCDATA)>"
-               "<!ELEMENT language (name, abrev)><!ELEMENT topicid (#PCDATA)><!ELEMENT subchapterid (#PCDATA)>"
-               "<!ELEMENT chapterid (#PCDATA)><!ELEMENT anchorid (#PCDATA)><!ELEMENT lock (id, stamp, description)>"
-               "<!ELEMENT stamp (#PCDATA)><!ELEMENT description (#PCDATA)>]><project><version>1.0</version><files>"
-               "<book>book.xml</book>" +
-                   qlyChapters +
-                   QStringLiteral("</files><languages><main><name>English</name><abrev>en</abrev></main></languages>"
-                                  "<topicid>%1</topicid><subchapterid>%2</subchapterid><chapterid>%3</chapterid>"
-                                  "<anchorid>%1</anchorid></project>")
-                       .arg(id)
-                       .arg(sub)
-                       .arg(chapters));
+    GeneratorOptions o;
+    o.languages = 1;
+    o.chapters = std::clamp(topics, 1, 20); // the bounded stack of the project file
+    o.topicsPerChapter = (topics + o.chapters - 1) / o.chapters;
+    const QString qly = generateProject(folder, QStringLiteral("book"), o);
+    for (int i = 0; i < 7; ++i)
+        QFile::copy(QStringLiteral(QUILLARY_SOURCE_DIR "/examples/sample/sample/img/en/window.png"),
+                    folder + QStringLiteral("/book/img/en/shot%1.png").arg(i));
+    return qly;
 }
 
 struct Measure {
@@ -186,7 +113,7 @@ int main(int argc, char** argv)
     QDir().mkpath(config);
     const QStringList env{"XDG_CONFIG_HOME=" + config};
 
-    generate(work, topics);
+    const QString qly = generate(work, topics);
     std::printf("Generated a book of %d topics in %s\n\n", topics, qPrintable(work));
 
     // The reference: xsltproc with the same stylesheets and parameters.
@@ -215,7 +142,7 @@ int main(int argc, char** argv)
     std::printf("\n");
 
     for (const QString& f : formats) {
-        Measure m = measure({quillary, "--yes", "publish", work + "/book.qly", "--format", f, "--lang", "en"}, env);
+        Measure m = measure({quillary, "--yes", "publish", qly, "--format", f, "--lang", "en"}, env);
         print(qPrintable("quillary publish --format " + f), m);
         if (f == "html" && ref.seconds > 0)
             std::printf("%-44s %8.2f\n", "  ratio to xsltproc", m.seconds / ref.seconds);

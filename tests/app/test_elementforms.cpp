@@ -361,7 +361,7 @@ TEST(TableForm, TheShapeOfANewTable)
     ScriptedMsgBox box;
     cDesignTable table;
     cOKorCancel ok;
-    frmTable form(nullptr, &box);
+    frmTable form(&box);
     form.Element(&table);
     form.OKorCancel(&ok);
     EXPECT_EQ(form.windowTitle(), QStringLiteral("Table Properties"));
@@ -386,7 +386,7 @@ TEST(TableForm, NumbersAsTheyAreRead)
     ScriptedMsgBox box;
     cDesignTable table;
     cOKorCancel ok;
-    frmTable form(nullptr, &box);
+    frmTable form(&box);
     form.Element(&table);
     form.OKorCancel(&ok);
     form.txtRows->setText(QStringLiteral("many"));

@@ -12,6 +12,8 @@
 #include "newproject.h"
 #include "testsupport.h"
 
+#include "apptestsupport.h"
+
 #include <QApplication>
 #include <QComboBox>
 #include <QDir>
@@ -24,33 +26,17 @@
 #include <QMessageBox>
 #include <QPushButton>
 #include <QTest>
-#include <QTimer>
 
 #include <gtest/gtest.h>
 
 #include <functional>
 
+using app_testing::onNextModal;
 using testing_support::TempDir;
 
 namespace {
 
 const QString kAllFields = QStringLiteral("All fields have to be filled!");
-
-// Runs action on the next modal dialog that opens, from inside its event loop.
-template <typename T>
-void onNextModal(std::function<void(T*)> action)
-{
-    auto* timer = new QTimer;
-    timer->setInterval(20);
-    QObject::connect(timer, &QTimer::timeout, [timer, action] {
-        if (auto* w = qobject_cast<T*>(QApplication::activeModalWidget())) {
-            timer->stop();
-            timer->deleteLater();
-            action(w);
-        }
-    });
-    timer->start();
-}
 
 int indexOf(QComboBox* combo, const QString& text)
 {
@@ -351,20 +337,30 @@ TEST(BookForm, TheFileDialogOffersTheProjectFilter)
     EXPECT_EQ(name, QStringLiteral("cdSave"));
 }
 
-TEST(BookProperties, UnchangedTextLeavesChangeFalse)
-{
+namespace {
+class BookProperties : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        book.Title = QStringLiteral("T");
+        book.Author = QStringLiteral("A");
+        book.Version = QStringLiteral("1");
+        book.BookDate = QStringLiteral("d");
+        book.BookTime = QStringLiteral("t");
+        form.setBookProperties(&book);
+        form.setOKorCancel(&ok);
+        form.show();
+    }
+
     ScriptedMsgBox box;
     cBook book;
-    book.Title = QStringLiteral("T");
-    book.Author = QStringLiteral("A");
-    book.Version = QStringLiteral("1");
-    book.BookDate = QStringLiteral("d");
-    book.BookTime = QStringLiteral("t");
     cOKorCancel ok;
-    frmBookProperties form(&box);
-    form.setBookProperties(&book);
-    form.setOKorCancel(&ok);
-    form.show();
+    frmBookProperties form{&box};
+};
+} // namespace
+
+TEST_F(BookProperties, UnchangedTextLeavesChangeFalse)
+{
     EXPECT_EQ(form.txtTitle->text(), QStringLiteral("T"));
     EXPECT_EQ(form.txtTime->text(), QStringLiteral("t"));
     QTest::mouseClick(form.cmdInsert, Qt::LeftButton);
@@ -373,20 +369,8 @@ TEST(BookProperties, UnchangedTextLeavesChangeFalse)
     EXPECT_TRUE(box.empty());
 }
 
-TEST(BookProperties, ChecksAndChanges)
+TEST_F(BookProperties, ChecksAndChanges)
 {
-    ScriptedMsgBox box;
-    cBook book;
-    book.Title = QStringLiteral("T");
-    book.Author = QStringLiteral("A");
-    book.Version = QStringLiteral("1");
-    book.BookDate = QStringLiteral("d");
-    book.BookTime = QStringLiteral("t");
-    cOKorCancel ok;
-    frmBookProperties form(&box);
-    form.setBookProperties(&book);
-    form.setOKorCancel(&ok);
-    form.show();
     for (const char* name : {"txtTitle", "txtAuthor", "txtVersion", "txtDate", "txtTime", "cmdInsert", "cmdCancel"})
         EXPECT_NE(form.findChild<QWidget*>(QString::fromLatin1(name)), nullptr) << name;
 

@@ -10,6 +10,8 @@
 #include "startup.h"
 #include "websurface.h"
 
+#include "apptestsupport.h"
+
 #include "cproject.h"
 #include "fileio.h"
 #include "language.h"
@@ -20,10 +22,6 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QComboBox>
-#include <QDir>
-#include <QDirIterator>
-#include <QElapsedTimer>
-#include <QFile>
 #include <QFileInfo>
 #include <QLabel>
 #include <QLineEdit>
@@ -32,61 +30,23 @@
 #include <QPushButton>
 #include <QStatusBar>
 #include <QTest>
-#include <QTimer>
 #include <QToolBar>
 
 #include <gtest/gtest.h>
 
 #include <functional>
 
+using app_testing::copyTree;
+using app_testing::onNextModal;
 using testing_support::TempDir;
 using testing_support::readText;
 
 namespace {
 
-bool waitFor(const std::function<bool()>& done, int ms = 8000)
+// The page answers within this time, also on a busy machine.
+bool waitFor(const std::function<bool()>& done)
 {
-    QElapsedTimer t;
-    t.start();
-    while (!done()) {
-        if (t.elapsed() > ms)
-            return false;
-        QTest::qWait(20);
-    }
-    return true;
-}
-
-// Runs action on the next modal dialog of type T, from inside its event loop.
-template <typename T>
-void onNextModal(std::function<void(T*)> action)
-{
-    auto* timer = new QTimer;
-    timer->setInterval(20);
-    QObject::connect(timer, &QTimer::timeout, [timer, action] {
-        if (auto* w = qobject_cast<T*>(QApplication::activeModalWidget())) {
-            timer->stop();
-            timer->deleteLater();
-            action(w);
-        }
-    });
-    timer->start();
-}
-
-// Copies a folder with everything in it; files writable.
-void copyTree(const QString& from, const QString& to)
-{
-    QDir().mkpath(to);
-    QDirIterator it(from, QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot, QDirIterator::Subdirectories);
-    while (it.hasNext()) {
-        const QString path = it.next();
-        const QString target = to + QLatin1Char('/') + QDir(from).relativeFilePath(path);
-        if (it.fileInfo().isDir()) {
-            QDir().mkpath(target);
-        } else {
-            QFile::copy(path, target);
-            QFile(target).setPermissions(QFile::ReadOwner | QFile::WriteOwner);
-        }
-    }
+    return app_testing::waitFor(done, 8000);
 }
 
 class MainWindowTest : public ::testing::Test {

@@ -2,6 +2,7 @@
 // sample with its log, the preflight questions and a red log; Output
 // Properties both ways and its .qop files; Settings; Verification Results;
 // and the main window's menus that open them.
+#include "apptestsupport.h"
 #include "frmmain.h"
 #include "frmoptions.h"
 #include "frmoutput.h"
@@ -24,8 +25,6 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDir>
-#include <QDirIterator>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
 #include <QGroupBox>
@@ -48,57 +47,15 @@
 
 using testing_support::TempDir;
 using testing_support::writeBytes;
+using app_testing::onNextModal;
+using app_testing::waitFor;
 
 namespace {
-
-bool waitFor(const std::function<bool()>& done, int ms = 15000)
-{
-    QElapsedTimer t;
-    t.start();
-    while (!done()) {
-        if (t.elapsed() > ms)
-            return false;
-        QTest::qWait(20);
-    }
-    return true;
-}
-
-// Runs action on the next modal dialog of type T, from inside its event loop.
-template <typename T>
-void onNextModal(std::function<void(T*)> action)
-{
-    auto* timer = new QTimer;
-    timer->setInterval(20);
-    QObject::connect(timer, &QTimer::timeout, [timer, action] {
-        if (auto* w = qobject_cast<T*>(QApplication::activeModalWidget())) {
-            timer->stop();
-            timer->deleteLater();
-            action(w);
-        }
-    });
-    timer->start();
-}
-
-void copyTree(const QString& from, const QString& to)
-{
-    QDir().mkpath(to);
-    QDirIterator it(from, QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot, QDirIterator::Subdirectories);
-    while (it.hasNext()) {
-        const QString path = it.next();
-        const QString target = to + QLatin1Char('/') + QDir(from).relativeFilePath(path);
-        if (it.fileInfo().isDir()) {
-            QDir().mkpath(target);
-        } else {
-            QFile::copy(path, target);
-            QFile(target).setPermissions(QFile::ReadOwner | QFile::WriteOwner);
-        }
-    }
-}
 
 QString copySample(const TempDir& dir)
 {
     const QString to = dir.file(QStringLiteral("work"));
-    copyTree(testing_support::sampleFolder(), to);
+    app_testing::copyTree(testing_support::sampleFolder(), to);
     return to + QStringLiteral("/sample.qly");
 }
 
@@ -513,6 +470,12 @@ TEST(OutputPropertiesDialog, SavesAndLoadsQopFilesThroughTheFileDialogs)
     answer = QString();
     QTest::mouseClick(form.cmdSave, Qt::LeftButton);
     EXPECT_EQ(box.last(), QStringLiteral("File has not been specified!"));
+    // A file that cannot be written is reported.
+    answer = dir.file(QStringLiteral("no/such/folder/mine.qop"));
+    QTest::mouseClick(form.cmdSave, Qt::LeftButton);
+    EXPECT_EQ(box.lastIcon(), MsgIcon::Critical);
+    EXPECT_FALSE(QFileInfo::exists(*answer));
+    answer = QString();
     QTest::mouseClick(form.cmdLoad, Qt::LeftButton);
     EXPECT_EQ(box.last(), QStringLiteral("File does not exist!"));
     box.clear();
@@ -705,7 +668,7 @@ TEST(VerifyDialog, ShowsTheReportPagesAndPrintsThem)
     EXPECT_TRUE(waitFor([&] {
         text = pageText(dlg.brwResults);
         return text.contains(QStringLiteral("German"));
-    })) << text.toStdString();
+    }, 15000)) << text.toStdString();
     EXPECT_EQ(dlg.brwResults->url(), QUrl::fromLocalFile(topicsFile));
     EXPECT_TRUE(text.startsWith(QStringLiteral("Unfinished topics"))) << text.toStdString();
     EXPECT_TRUE(text.contains(QStringLiteral("English"))) << text.toStdString();
@@ -716,7 +679,7 @@ TEST(VerifyDialog, ShowsTheReportPagesAndPrintsThem)
     EXPECT_TRUE(waitFor([&] {
         text = pageText(dlg.brwResults);
         return text.startsWith(QStringLiteral("Missing images"));
-    })) << text.toStdString();
+    }, 15000)) << text.toStdString();
     EXPECT_TRUE(text.contains(QStringLiteral("Images are OK."))) << text.toStdString();
 
     QTest::mouseClick(dlg.cmdPreview, Qt::LeftButton);

@@ -1,10 +1,9 @@
 // The web editing surface: what crosses between the page and C++, the dirty
-// flag, browse mode, images under the base folder, paste, find, undo.
+// flag, browse mode, images under the base folder, paste, find.
 #include "testsupport.h"
 #include "websurface.h"
 
 #include <QApplication>
-#include <QClipboard>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QImage>
@@ -286,8 +285,7 @@ TEST_F(WebSurfaceTest, PasteReplacesASelection)
     surface->runScript(QStringLiteral("(function(){var t=document.querySelector('p').firstChild;"
                                       "var r=document.createRange();r.setStart(t,1);r.setEnd(t,3);"
                                       "getSelection().removeAllRanges();getSelection().addRange(r);})()"));
-    EXPECT_EQ(surface->selectionText(), QStringLiteral("bc"));
-    EXPECT_EQ(surface->selectionHTML(), QStringLiteral("bc"));
+    EXPECT_EQ(surface->runScript(QStringLiteral("getSelection().toString()")).toString(), QStringLiteral("bc"));
     surface->pasteHTML(QStringLiteral("<em>Z</em>"));
     EXPECT_EQ(surface->bodyHTML(), QStringLiteral("<p>a<em>Z</em>d</p>"));
 }
@@ -310,45 +308,6 @@ TEST_F(WebSurfaceTest, FindCountsMatches)
     EXPECT_EQ(surface->find(QStringLiteral("alpha"), QWebEnginePage::FindCaseSensitively), 1);
     EXPECT_EQ(surface->find(QStringLiteral("gamma")), 0);
     surface->find(QString());
-}
-
-TEST_F(WebSurfaceTest, UndoAndRedoOfTyping)
-{
-    surface->setBodyHTML(QStringLiteral("<p>ab</p>"));
-    focusPage();
-    caretAt(QStringLiteral("p"), 2);
-    QTest::keyClicks(input(), QStringLiteral("c"));
-    ASSERT_TRUE(waitFor([&] { return surface->bodyHTML() == QStringLiteral("<p>abc</p>"); }));
-    surface->undo();
-    EXPECT_EQ(surface->bodyHTML(), QStringLiteral("<p>ab</p>"));
-    surface->redo();
-    EXPECT_EQ(surface->bodyHTML(), QStringLiteral("<p>abc</p>"));
-}
-
-TEST_F(WebSurfaceTest, CopyPutsTheSelectionOnTheClipboard)
-{
-    surface->setBodyHTML(QStringLiteral("<p>copy me</p>"));
-    focusPage();
-    surface->runScript(QStringLiteral("(function(){var t=document.querySelector('p').firstChild;"
-                                      "var r=document.createRange();r.setStart(t,0);r.setEnd(t,4);"
-                                      "getSelection().removeAllRanges();getSelection().addRange(r);})()"));
-    QApplication::clipboard()->clear();
-    surface->copy();
-    EXPECT_TRUE(waitFor([] { return QApplication::clipboard()->text() == QStringLiteral("copy"); }))
-        << QApplication::clipboard()->text().toStdString();
-}
-
-TEST_F(WebSurfaceTest, FormattingCommandsAndTheirState)
-{
-    surface->setBodyHTML(QStringLiteral("<p>bold</p>"));
-    focusPage();
-    surface->runScript(QStringLiteral("(function(){var r=document.createRange();"
-                                      "r.selectNodeContents(document.querySelector('p'));"
-                                      "getSelection().removeAllRanges();getSelection().addRange(r);})()"));
-    EXPECT_FALSE(surface->queryCommandState(QStringLiteral("bold")));
-    EXPECT_TRUE(surface->execCommand(QStringLiteral("bold")));
-    EXPECT_TRUE(surface->queryCommandState(QStringLiteral("bold")));
-    EXPECT_EQ(surface->bodyHTML(), QStringLiteral("<p><b>bold</b></p>"));
 }
 
 TEST_F(WebSurfaceTest, ScriptsAnswerWithTheirValue)

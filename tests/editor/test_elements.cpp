@@ -242,6 +242,26 @@ TEST(Keywords, TheTreeOfTwoLevels)
                              "<index transid=\"trans3\"><primary>Alpha</primary></index>"));
 }
 
+TEST(Keywords, MarkupCharactersReadBackAsTyped)
+{
+    const QString text = QStringLiteral(
+        "<index transid=\"t&amp;1\"><primary>R&amp;D</primary><secondary>a &lt; b</secondary></index>"
+        "<index><primary>Q&amp;A</primary></index>");
+    const KeywordTree tree = parseIndexText(text);
+    ASSERT_EQ(tree.size(), 2u);
+    EXPECT_EQ(tree[0].text, QStringLiteral("R&D"));
+    ASSERT_EQ(tree[0].children.size(), 1u);
+    EXPECT_EQ(tree[0].children[0].text, QStringLiteral("a < b"));
+    EXPECT_EQ(tree[0].children[0].key, QStringLiteral("t&1"));
+    EXPECT_EQ(buildIndexText(tree), text);
+    // A keyword typed with markup characters keeps the others.
+    KeywordTree typed{{QStringLiteral("<b> & \"x\""), {}, {}}, {QStringLiteral("Other"), {}, {}}};
+    const KeywordTree back = parseIndexText(buildIndexText(typed));
+    ASSERT_EQ(back.size(), 2u);
+    EXPECT_EQ(back[0].text, QStringLiteral("<b> & \"x\""));
+    EXPECT_EQ(back[1].text, QStringLiteral("Other"));
+}
+
 TEST(Keywords, AKeyTwiceCannotBecomeTwoNodes)
 {
     const KeywordTree tree = parseIndexText(

@@ -367,6 +367,31 @@ TEST_F(Pipelines, FramesNotMadeAndMissingImage)
     EXPECT_TRUE(QFileInfo::exists(P + "output/html_frames_en/img/chapter_e.gif"));
 }
 
+TEST(CopyImages, LandOnlyInTheOutputImageFolder)
+{
+    // A project folder whose own path holds "/img/en".
+    TempDir dir;
+    const QString root = dir.file("img/en");
+    QDir().mkpath(root);
+    QProcess::execute("cp", {"-r", sampleFolder() + "/.", root});
+    QProcess::execute("chmod", {"-R", "u+w", root});
+    const QString P = root + "/sample/";
+    ScriptedMsgBox box;
+    cProject project(box);
+    ASSERT_TRUE(project.Load(root + "/sample.qly"));
+    cOutputProperties props;
+    OutputLog log;
+    cOutput out(project, props, log, box);
+    put(P + "temp/q.xml", "<book><imagedata fileref=\"img/en/window.png\"/>"
+                          "<imagedata fileref=\"img/en/../../chapter1.xml\"/></book>");
+    out.copyImages(P + "temp/q.xml", "output/html", "en", QString());
+    EXPECT_FALSE(log.isRed()) << log.text().toStdString();
+    EXPECT_TRUE(QFileInfo::exists(P + "output/html/img/en/window.png"));
+    EXPECT_FALSE(QFileInfo::exists(P + "output/chapter1.xml"));
+    EXPECT_FALSE(QFileInfo::exists(dir.file("output")));
+    EXPECT_TRUE(QFileInfo::exists(P + "chapter1.xml"));
+}
+
 TEST(HelpSources, RemovedByName)
 {
     TempDir d;

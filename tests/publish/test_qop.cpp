@@ -72,7 +72,7 @@ TEST(Qop, RoundTrip)
 
     cOutputProperties b;
     ScriptedMsgBox box;
-    b.LoadProperties(dir.file("a.qop"), box);
+    EXPECT_TRUE(b.LoadProperties(dir.file("a.qop"), box));
     EXPECT_TRUE(box.empty());
     EXPECT_EQ(a.propertiesText(), b.propertiesText());
     EXPECT_TRUE(b.check("chkBodyBold", cOutputProperties::kPDF));
@@ -106,7 +106,7 @@ TEST(Qop, BadHeaderChangesNothing)
     cOutputProperties p;
     QByteArray before = p.propertiesText();
     ScriptedMsgBox box;
-    p.LoadProperties(dir.file("bad.qop"), box);
+    EXPECT_FALSE(p.LoadProperties(dir.file("bad.qop"), box));
     ASSERT_EQ(box.all().size(), 1u);
     EXPECT_EQ(box.all()[0].title, "Error reading file");
     EXPECT_EQ(box.all()[0].text, "File is not a Quillary Author Data File");
@@ -118,8 +118,29 @@ TEST(Qop, MissingFileIsSilent)
 {
     cOutputProperties p;
     ScriptedMsgBox box;
-    p.LoadProperties("/nonexistent/x.qop", box);
+    EXPECT_FALSE(p.LoadProperties("/nonexistent/x.qop", box));
     EXPECT_TRUE(box.empty());
+}
+
+TEST(Qop, UnreadableFileIsNoDataFile)
+{
+    TempDir dir;
+    cOutputProperties p;
+    ScriptedMsgBox box;
+    EXPECT_FALSE(p.LoadProperties(dir.path(), box));
+    EXPECT_EQ(box.last(), "File is not a Quillary Author Data File");
+}
+
+TEST(Qop, SaveGivesTheReasonOfAFailure)
+{
+    TempDir dir;
+    cOutputProperties p;
+    QString error;
+    EXPECT_FALSE(p.SaveProperties(dir.file("no/such/folder/x.qop"), &error));
+    EXPECT_FALSE(error.isEmpty());
+    writeBytes(dir.file("x.qop"), "old");
+    ASSERT_TRUE(p.SaveProperties(dir.file("x.qop")));
+    EXPECT_EQ(readBytes(dir.file("x.qop")), p.propertiesText());
 }
 
 TEST(Qop, QuoteCutsTheText)

@@ -58,6 +58,10 @@ TEST(Verification, SamplePages)
     ASSERT_EQ(written.size(), 4);
     QString page = readText(written[0]);
     EXPECT_EQ(page, v.page(cVerification::Topics));
+    // A folder that cannot be made gives the reason.
+    QString error;
+    EXPECT_TRUE(v.writePages(written[0] + "/sub", &error).isEmpty());
+    EXPECT_FALSE(error.isEmpty());
 }
 
 TEST(Verification, OneTopicAndNoImages)

@@ -145,3 +145,20 @@ TEST_F(Moves, ShownTopicFollowsItsBranch)
     EXPECT_TRUE(readText(session.project().getChapterFile(QStringLiteral("B"))).contains(QStringLiteral("edited before the move")));
     expectTreeInStep();
 }
+
+TEST_F(Moves, ChapterMoveRefusedWhenTheBookLacksTheTarget)
+{
+    build();
+    // The book lost B's reference behind the session's back.
+    const QString bookFile = session.project().getBookFile();
+    QString text = readText(bookFile);
+    ASSERT_TRUE(text.contains(QStringLiteral("&chapter2;")));
+    writeUtf16(bookFile, text.replace(QStringLiteral("&chapter2;"), QString()));
+    const QByteArray book = readBytes(bookFile);
+    const QStringList before = dumpTree(session.tree());
+
+    EXPECT_FALSE(drop(QStringLiteral("A"), QStringLiteral("B")));
+    EXPECT_EQ(box.last(), QStringLiteral("The element to change was not found in \"book.xml\". Nothing has been changed."));
+    EXPECT_EQ(readBytes(bookFile), book); // chapter A stays in the book
+    EXPECT_EQ(dumpTree(session.tree()), before);
+}
