@@ -1,6 +1,8 @@
 #pragma once
 // Helpers of the widget tests: waiting with the event loop turning, acting on
 // the next modal dialog, and copying a project folder.
+#include "testsupport.h"
+
 #include <QApplication>
 #include <QDir>
 #include <QDirIterator>
@@ -42,21 +44,6 @@ void onNextModal(std::function<void(T*)> action)
     timer->start();
 }
 
-// Copies a folder with everything in it; files writable.
-inline void copyTree(const QString& from, const QString& to)
-{
-    QDir().mkpath(to);
-    QDirIterator it(from, QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot, QDirIterator::Subdirectories);
-    while (it.hasNext()) {
-        const QString path = it.next();
-        const QString target = to + QLatin1Char('/') + QDir(from).relativeFilePath(path);
-        if (it.fileInfo().isDir()) {
-            QDir().mkpath(target);
-        } else {
-            QFile::copy(path, target);
-            QFile(target).setPermissions(QFile::ReadOwner | QFile::WriteOwner);
-        }
-    }
-}
+using testing_support::copyTree;
 
 } // namespace app_testing

@@ -3,6 +3,7 @@
 #include "fileio.h"
 #include "newproject.h"
 
+#include <QDir>
 #include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
@@ -79,6 +80,29 @@ void writeBytes(const QString& path, const QByteArray& bytes)
 QString sampleFolder()
 {
     return QStringLiteral(QUILLARY_SOURCE_DIR "/examples/sample");
+}
+
+void copyTree(const QString& from, const QString& to)
+{
+    QDir().mkpath(to);
+    QDirIterator it(from, QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot, QDirIterator::Subdirectories);
+    while (it.hasNext()) {
+        const QString path = it.next();
+        const QString target = to + QLatin1Char('/') + QDir(from).relativeFilePath(path);
+        if (it.fileInfo().isDir()) {
+            QDir().mkpath(target);
+        } else {
+            QFile::copy(path, target);
+            QFile(target).setPermissions(QFile::ReadOwner | QFile::WriteOwner);
+        }
+    }
+}
+
+QString copySample(const QString& dir, const QString& sub)
+{
+    const QString to = dir + QLatin1Char('/') + sub;
+    copyTree(sampleFolder(), to);
+    return to + QStringLiteral("/sample.qly");
 }
 
 } // namespace testing_support

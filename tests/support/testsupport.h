@@ -39,6 +39,11 @@ void writeBytes(const QString& path, const QByteArray& bytes);
 // Path of the folder with the bundled sample project (source tree).
 QString sampleFolder();
 
+// Copies a folder with everything in it; files writable.
+void copyTree(const QString& from, const QString& to);
+// A writable copy of the sample project in dir/sub; returns its .qly path.
+QString copySample(const QString& dir, const QString& sub = QStringLiteral("sample"));
+
 } // namespace testing_support
 
 #include <ostream>
