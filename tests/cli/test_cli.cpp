@@ -1,4 +1,5 @@
 // The command line program, run as a user runs it.
+#include "clirun.h"
 #include "fileio.h"
 #include "testsupport.h"
 
@@ -11,20 +12,6 @@
 using namespace testing_support;
 
 namespace {
-struct CliRun {
-    int code;
-    QString out;
-    QString err;
-};
-
-CliRun quillary(const QStringList& args)
-{
-    QProcess p;
-    p.start(QCoreApplication::applicationDirPath() + QStringLiteral("/quillary"), args);
-    p.waitForFinished(60000);
-    return {p.exitCode(), QString::fromUtf8(p.readAllStandardOutput()), QString::fromUtf8(p.readAllStandardError())};
-}
-
 QString copySample(const TempDir& dir)
 {
     QString src = sampleFolder();
