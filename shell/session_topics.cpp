@@ -252,10 +252,6 @@ bool Session::changeTopic(int action, QString xml, QString title, QString id)
             m_box.exclamation(message);
             return false;
         }
-        setPanel(3, m_topic.Stamp);
-        clearDirty();
-        node->Text = newTitle;
-        m_tree.Changed(node);
         // The stored topic holds all languages; the record keeps what was just saved.
         const QString state = m_topic.State, stamp = m_topic.Stamp, index = m_topic.index;
         QString stored = GetTopic(m_topic.ID, chapterTitle, QStringLiteral("topic"));
@@ -268,7 +264,22 @@ bool Session::changeTopic(int action, QString xml, QString title, QString id)
         }
         f.CutElement = QStringLiteral("topic");
         f.xmlIn = mergeTopic(stored, single, currentLanguage());
-        return rewriteChapter(chapterTitle, f);
+        // A stored topic that cannot be read would be replaced by nothing:
+        // the save is refused and the text stays on the surface.
+        if (f.xmlIn.isEmpty()) {
+            m_box.stop(QStringLiteral("The topic \"") + m_topic.ID + QStringLiteral("\" cannot be saved: its stored text in \"") +
+                       m_project.getChapterFile(chapterTitle) +
+                       QStringLiteral("\" could not be read (it uses markup this program does not write, such as "
+                                      "namespaces or entities it does not know).\r\n\r\nNothing was written."));
+            return false;
+        }
+        if (!rewriteChapter(chapterTitle, f))
+            return false;
+        setPanel(3, m_topic.Stamp);
+        clearDirty();
+        node->Text = newTitle;
+        m_tree.Changed(node);
+        return true;
     }
 
     // 3, 4, 5: insert.

@@ -52,13 +52,6 @@ using app_testing::waitFor;
 
 namespace {
 
-QString copySample(const TempDir& dir)
-{
-    const QString to = dir.file(QStringLiteral("work"));
-    app_testing::copyTree(testing_support::sampleFolder(), to);
-    return to + QStringLiteral("/sample.qly");
-}
-
 QString makeExecutable(const QString& path)
 {
     writeBytes(path, "#!/bin/sh\n");
@@ -121,7 +114,7 @@ TEST(OutputDialog, PublishesTheSampleToHTMLWithALiveLog)
 {
     removeLastQop();
     TempDir dir;
-    const QString qly = copySample(dir);
+    const QString qly = copySample(dir.path(), QStringLiteral("work"));
     ScriptedMsgBox box;
     cProject project(box);
     ASSERT_TRUE(project.Load(qly));
@@ -223,7 +216,7 @@ TEST(OutputDialog, NoAtAQuestionKeepsTheChoiceAndAFailureTurnsTheLogRed)
     removeLastQop();
     ConfGuard conf;
     TempDir dir;
-    const QString qly = copySample(dir);
+    const QString qly = copySample(dir.path(), QStringLiteral("work"));
     const QString folder = QFileInfo(qly).absolutePath();
     ASSERT_TRUE(QFile::remove(folder + QStringLiteral("/sample/img/en/window.png")));
     ScriptedMsgBox box;
@@ -284,7 +277,7 @@ TEST(OutputDialog, PropertiesOpenOnTheTabOfTheChosenFormat)
 {
     removeLastQop();
     TempDir dir;
-    const QString qly = copySample(dir);
+    const QString qly = copySample(dir.path(), QStringLiteral("work"));
     ScriptedMsgBox box;
     cProject project(box);
     ASSERT_TRUE(project.Load(qly));
@@ -636,7 +629,7 @@ TEST(OptionsDialog, OKWithAnEmptyOrBadPathStays)
 TEST(VerifyDialog, ShowsTheReportPagesAndPrintsThem)
 {
     TempDir dir;
-    const QString qly = copySample(dir);
+    const QString qly = copySample(dir.path(), QStringLiteral("work"));
     ScriptedMsgBox box;
     cProject project(box);
     ASSERT_TRUE(project.Load(qly));
@@ -714,7 +707,7 @@ TEST(PublishMenus, OpenTheDialogsAfterTheSavePromptAndReloadTheSettings)
     EXPECT_FALSE(on("mnuVerify"));
     EXPECT_TRUE(on("mnuSettings"));
 
-    const QString qly = copySample(dir);
+    const QString qly = copySample(dir.path(), QStringLiteral("work"));
     window.startUp(qly);
     ASSERT_TRUE(window.session().isOpen());
     EXPECT_TRUE(on("mnuOutput"));

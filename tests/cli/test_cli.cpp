@@ -11,18 +11,6 @@
 
 using namespace testing_support;
 
-namespace {
-QString copySample(const TempDir& dir)
-{
-    QString src = sampleFolder();
-    QDir().mkpath(dir.file(QStringLiteral("sample/img/en")));
-    for (const char* f : {"sample.qly", "sample/book.xml", "sample/chapter1.xml", "sample/chapter2.xml",
-                          "sample/chapter3.xml"})
-        QFile::copy(src + QLatin1Char('/') + QString::fromLatin1(f), dir.file(QString::fromLatin1(f)));
-    return dir.file(QStringLiteral("sample.qly"));
-}
-}
-
 TEST(Cli, HelpVersionAndUnknownVerbs)
 {
     CliRun r = quillary({QStringLiteral("--help")});
@@ -67,7 +55,7 @@ TEST(Cli, NewProjectChecksAndInfo)
 TEST(Cli, TreeAndTopicRoundTrip)
 {
     TempDir dir;
-    QString project = copySample(dir);
+    QString project = copySample(dir.path());
     CliRun r = quillary({"tree", project});
     EXPECT_EQ(r.code, 0);
     EXPECT_TRUE(r.out.startsWith(QStringLiteral("book\t\tSample Manual\n  chapter\t\tGetting Started\n    topic\ttopic1\tWelcome\n")));

@@ -16,17 +16,10 @@ using namespace testing_support;
 
 namespace {
 
-QString copySample(const TempDir& dir)
-{
-    QProcess::execute("cp", {"-r", sampleFolder() + "/.", dir.path()});
-    QProcess::execute("chmod", {"-R", "u+w", dir.path()});
-    return dir.file("sample.qly");
-}
-
 TEST(Preflight, SampleCounts)
 {
     TempDir dir;
-    QString qly = copySample(dir);
+    QString qly = copySample(dir.path());
     ScriptedMsgBox box;
     QString folder = dir.path() + "/sample/";
     cSAXOutputVerifier en;
@@ -103,7 +96,7 @@ TEST(Preflight, TimeSpentRoundsMinutes)
 TEST(Preflight, QuestionsEndTheRunOnNo)
 {
     TempDir dir;
-    QString qly = copySample(dir);
+    QString qly = copySample(dir.path());
     QFile::remove(dir.path() + "/sample/img/en/window.png");
     ScriptedMsgBox box;
     cProject project(box);

@@ -182,3 +182,33 @@ TEST_F(SessionFixture, FinishedMarkToggleSavedWithTheTopic)
     EXPECT_EQ(node(QStringLiteral("Intro\\B"))->Image, treeimg::Topic);
     EXPECT_TRUE(surface.browseMode()); // A is finished: read-only
 }
+
+// A stored topic that cannot be read back (a namespaced element, an entity
+// the file does not declare) must not be replaced by nothing.
+TEST_F(SessionFixture, ASaveThatCannotMergeWritesNothingAndKeepsTheText)
+{
+    newProject({"en", "de"});
+    addChapter(QStringLiteral("Intro"));
+    addTopic(QStringLiteral("Intro"), QStringLiteral("Odd"));
+    const QString file = session.project().getChapterFile(QStringLiteral("Intro"));
+    for (const QString& odd : {QStringLiteral("<xi:include href=\"x.xml\"></xi:include>"), QStringLiteral("&nbsp;")}) {
+        session.closeProject();
+        QString text = readText(file);
+        text.replace(QStringLiteral("<onelang lang=\"de\"></onelang>"),
+                     QStringLiteral("<onelang lang=\"de\"><p>") + odd + QStringLiteral("</p></onelang>"));
+        if (odd.startsWith(QLatin1Char('<')))
+            text.replace(QStringLiteral("<chapter>"), QStringLiteral("<chapter xmlns:xi=\"http://www.w3.org/2001/XInclude\">"));
+        writeUtf16(file, text);
+        const QByteArray before = readBytes(file);
+        box.setDefault(MsgAnswer::Yes);
+        session.openProject(projectFile);
+        click(QStringLiteral("Intro\\Odd"));
+        box.clear();
+        surface.userEdit(QStringLiteral("<h1>Odd</h1><p>New text</p>"));
+        EXPECT_FALSE(session.changeTopic(1));
+        EXPECT_TRUE(box.last().startsWith(QStringLiteral("The topic \"topic1\" cannot be saved"))) << box.last().toStdString();
+        EXPECT_EQ(readBytes(file), before);
+        // The typed text is still there to be saved elsewhere.
+        EXPECT_TRUE(surface.bodyHTML().contains(QStringLiteral("New text")));
+    }
+}

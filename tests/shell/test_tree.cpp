@@ -6,20 +6,6 @@
 
 using namespace testing_support;
 
-namespace {
-// Copies the sample project into dir and returns its project file.
-QString copySample(const QString& dir)
-{
-    QString src = sampleFolder();
-    QDir().mkpath(dir + QStringLiteral("/sample/img/en"));
-    QDir().mkpath(dir + QStringLiteral("/sample/img/de"));
-    for (const char* f : {"sample.qly", "sample/book.xml", "sample/chapter1.xml", "sample/chapter2.xml",
-                          "sample/chapter3.xml"})
-        QFile::copy(src + QLatin1Char('/') + QString::fromLatin1(f), dir + QLatin1Char('/') + QString::fromLatin1(f));
-    return dir + QStringLiteral("/sample.qly");
-}
-}
-
 TEST_F(SessionFixture, TreeOfTheSampleWithNestingAndEntities)
 {
     projectFile = copySample(dir.path());

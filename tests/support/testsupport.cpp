@@ -100,7 +100,7 @@ void copyTree(const QString& from, const QString& to)
 
 QString copySample(const QString& dir, const QString& sub)
 {
-    const QString to = dir + QLatin1Char('/') + sub;
+    const QString to = sub.isEmpty() ? dir : dir + QLatin1Char('/') + sub;
     copyTree(sampleFolder(), to);
     return to + QStringLiteral("/sample.qly");
 }

@@ -41,8 +41,9 @@ QString sampleFolder();
 
 // Copies a folder with everything in it; files writable.
 void copyTree(const QString& from, const QString& to);
-// A writable copy of the sample project in dir/sub; returns its .qly path.
-QString copySample(const QString& dir, const QString& sub = QStringLiteral("sample"));
+// A writable copy of the sample project in dir (or dir/sub); returns its
+// .qly path.
+QString copySample(const QString& dir, const QString& sub = {});
 
 } // namespace testing_support
 
