@@ -1,6 +1,8 @@
 #pragma once
 // The installed list of languages an author can add (langs.xml in the
 // program folder): name, abbreviation and spelling code of each.
+#include "newproject.h"
+
 #include <QString>
 #include <QStringList>
 
@@ -10,9 +12,7 @@ class MsgBox;
 
 class cLangList {
 public:
-    struct Entry {
-        QString name, abbrev, wordcode;
-    };
+    using Entry = LanguageEntry;
 
     // Reads the file, validating it against its own DTD. A missing file
     // shows "File with available languages is missing! Please reinstall
