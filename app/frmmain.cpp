@@ -2,11 +2,16 @@
 
 #include "editingcontroller.h"
 
+#include "backup.h"
 #include "booktreewidget.h"
 #include "findbar.h"
 #include "frmabout.h"
+#include "frmbackup.h"
 #include "frmbookproperties.h"
 #include "frmdebug.h"
+#include "frmexport.h"
+#include "frmimport.h"
+#include "frmnewlanguage.h"
 #include "frmoptions.h"
 #include "frmoutput.h"
 #include "frmverify.h"
@@ -22,6 +27,7 @@
 #include <QCloseEvent>
 #include <QDateTime>
 #include <QFileDialog>
+#include <QFileInfo>
 #include <QFrame>
 #include <QGuiApplication>
 #include <QHBoxLayout>
@@ -68,9 +74,8 @@ const Button kAlignButtons[] = {
 
 // Commands whose forms do not exist in this program yet: shown, never enabled.
 const QStringList kMissing = {
-    QStringLiteral("mnuBackup"),      QStringLiteral("mnuExport"),   QStringLiteral("mnuImport"),
-    QStringLiteral("mnuContextHelp"), QStringLiteral("mnuNewLanguage"), QStringLiteral("mnuSpelling"),
-    QStringLiteral("mnuSynonyms"),    QStringLiteral("mnuAntonyms"),
+    QStringLiteral("mnuContextHelp"), QStringLiteral("mnuSpelling"), QStringLiteral("mnuSynonyms"),
+    QStringLiteral("mnuAntonyms"),
 };
 
 // What lies at a point of the page: "link", "image", "text" (a selection)
@@ -205,10 +210,10 @@ void frmMain::buildActions()
     makeAction(QStringLiteral("mnuSpelling"), QStringLiteral("&Spelling"));
     makeAction(QStringLiteral("mnuSynonyms"), QStringLiteral("&Synonyms"));
     makeAction(QStringLiteral("mnuAntonyms"), QStringLiteral("&Antonyms"));
-    makeAction(QStringLiteral("mnuBackup"), QStringLiteral("&Backup Project"));
-    makeAction(QStringLiteral("mnuExport"), QStringLiteral("&Export Project"));
-    makeAction(QStringLiteral("mnuImport"), QStringLiteral("&Import Language"));
-    makeAction(QStringLiteral("mnuNewLanguage"), QStringLiteral("&Add New Language"));
+    menuItem("mnuBackup", QStringLiteral("&Backup Project"), &frmMain::mnuBackup_Click);
+    menuItem("mnuExport", QStringLiteral("&Export Project"), &frmMain::mnuExport_Click);
+    menuItem("mnuImport", QStringLiteral("&Import Language"), &frmMain::mnuImport_Click);
+    menuItem("mnuNewLanguage", QStringLiteral("&Add New Language"), &frmMain::mnuNewLanguage_Click);
     makeAction(QStringLiteral("mnuContextHelp"), QStringLiteral("&Context Help ID"));
     makeAction(QStringLiteral("mnuIndex"), QStringLiteral("&Index Keywords..."));
     for (const QString& name : kMissing)
@@ -778,6 +783,78 @@ void frmMain::mnuVerify_Click()
         return;
     frmVerify dlg(&m_box, this);
     dlg.SetProject(&m_session->project());
+    dlg.exec();
+}
+
+void frmMain::mnuNewLanguage_Click()
+{
+    Session& s = *m_session;
+    if (!isOn("mnuNewLanguage") || !s.isOpen() || s.askSaveTopic())
+        return;
+    frmNewLanguage dlg(&m_box, this);
+    dlg.SetProject(&s.project());
+    if (!m_langFile.isEmpty())
+        dlg.setLanguageFile(m_langFile);
+    if (m_prepareForm)
+        m_prepareForm(&dlg);
+    dlg.exec();
+}
+
+void frmMain::mnuExport_Click()
+{
+    Session& s = *m_session;
+    if (!isOn("mnuExport") || !s.isOpen() || s.askSaveTopic())
+        return;
+    {
+        frmExport dlg(&m_box, this);
+        dlg.SetProject(&s.project());
+        dlg.SetTree(&s.tree());
+        if (m_prepareForm)
+            m_prepareForm(&dlg);
+        dlg.exec();
+    }
+    // Opening the file again brings up the locked state.
+    const QString path = s.project().GetProjectFile();
+    s.resetWorkspace();
+    s.openProject(path);
+}
+
+void frmMain::mnuImport_Click()
+{
+    Session& s = *m_session;
+    if (!isOn("mnuImport") || !s.isOpen() || s.askSaveTopic())
+        return;
+    const NodePtr shown = s.shownTopic();
+    const QString key = shown ? shown->Key : QString();
+    {
+        frmImport dlg(&m_box, this);
+        dlg.SetProject(&s.project());
+        if (m_prepareForm)
+            m_prepareForm(&dlg);
+        dlg.exec();
+    }
+    if (!s.isOpen())
+        return;
+    // The tree shows the imported titles; the open topic its new text.
+    s.buildTree();
+    if (NodePtr node = key.isEmpty() ? nullptr : s.tree().FindKey(key)) {
+        s.clickOnTopic(node);
+        trvBook->sync();
+        if (QTreeWidgetItem* item = trvBook->itemOf(node))
+            trvBook->scrollToItem(item);
+    }
+}
+
+void frmMain::mnuBackup_Click()
+{
+    Session& s = *m_session;
+    if (!isOn("mnuBackup") || !s.isOpen() || s.askSaveTopic())
+        return;
+    frmBackup dlg(&m_box, this);
+    dlg.Files = backup::projectFileList(s.project());
+    dlg.BaseFolder = QFileInfo(s.project().GetProjectFile()).absolutePath();
+    if (m_prepareForm)
+        m_prepareForm(&dlg);
     dlg.exec();
 }
 

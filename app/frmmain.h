@@ -19,6 +19,7 @@ class BookTreeWidget;
 class FindBar;
 class MsgBox;
 class QAction;
+class QDialog;
 class QLabel;
 class QMenu;
 class QSplitter;
@@ -58,6 +59,9 @@ public:
     void setPopup(PopupFn fn) { m_popup = std::move(fn); }
     // Null: the desktop opens results and addresses of the dialogs.
     void setOpenUrl(std::function<bool(const QUrl&)> fn) { m_openUrl = std::move(fn); }
+    // Called with each form of the language exchange before it is shown,
+    // so that tests can replace its file dialogs.
+    void setPrepareForm(std::function<void(QDialog*)> fn) { m_prepareForm = std::move(fn); }
 
     // The file dialog of mnuOpen.
     static QString askOpenPath(QWidget* parent, const QString& filter);
@@ -112,6 +116,10 @@ public slots:
     void mnuDebug_Click();
     void mnuOutput_Click();
     void mnuVerify_Click();
+    void mnuNewLanguage_Click();
+    void mnuExport_Click();
+    void mnuImport_Click();
+    void mnuBackup_Click();
     // Shows the settings dialog, then reads the settings again.
     void reloadSettings();
 
@@ -148,6 +156,7 @@ private:
     TitleFn m_titleDialog;
     PopupFn m_popup;
     std::function<bool(const QUrl&)> m_openUrl;
+    std::function<void(QDialog*)> m_prepareForm;
     QPointer<frmDebug> m_debug;
     bool m_refreshPending = false;
     // The editing rules and element commands of the page.

@@ -233,15 +233,18 @@ TEST_F(MainWindowTest, EveryControlAndCommandCarriesItsName)
     EXPECT_EQ(window->panel[2]->text(), QStringLiteral("Last Change"));
     EXPECT_TRUE(surface()->bodyHTML().contains(QStringLiteral("Open or create project")));
 
-    // With a project the project menus follow its state; the subsystems not
-    // built yet stay off.
+    // With a project the project menus follow its state: an unlocked project
+    // can be exported, not unlocked or imported into.
     const QString project = copySample();
     window->startUp(project);
     ASSERT_TRUE(session().isOpen());
     EXPECT_EQ(window->windowTitle(), QStringLiteral("Quillary Author - ") + project + QStringLiteral(" (en)"));
     EXPECT_TRUE(on("mnuExportImport"));
     EXPECT_FALSE(on("mnuUnlock"));
-    EXPECT_FALSE(on("mnuExport"));
+    EXPECT_FALSE(on("mnuImport"));
+    EXPECT_TRUE(on("mnuExport"));
+    EXPECT_TRUE(on("mnuNewLanguage"));
+    EXPECT_TRUE(on("mnuBackup"));
     EXPECT_TRUE(on("mnuOutput"));
     EXPECT_TRUE(on("mnuNew"));
 }
@@ -698,7 +701,8 @@ TEST_F(MainWindowTest, TheCommandLineNamesTheProject)
     EXPECT_FALSE(session().isOpen());
     EXPECT_EQ(box.texts(), QStringList({QStringLiteral("Project is used by other application or has not been "
                                                        "closed correctly. Are you sure, that project is not used "
-                                                       "by any application?")}));
+                                                       "by any application?\r\n\r\nYes opens it anyway (on the "
+                                                       "command line: --yes).")}));
     box.clear();
     box.answer(MsgAnswer::Yes);
     window->startUp(QStringLiteral("\"") + project + QStringLiteral("\""));

@@ -45,6 +45,7 @@
 #include <functional>
 #include <optional>
 
+using testing_support::copySample;
 using testing_support::TempDir;
 using testing_support::writeBytes;
 using app_testing::onNextModal;
