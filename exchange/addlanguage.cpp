@@ -168,17 +168,23 @@ bool addLanguage(cProject& project, const QString& name, const QString& abbrev, 
         }
     }
 
-    project.InsertLanguage(name, abbrev);
+    // The project file last: until it lists the language, a run that was
+    // cut off can simply be repeated.
     QDir().mkpath(project.GetProjectFolder() + QStringLiteral("img/") + abbrev);
     cBookFile book(box);
     if (!book.Load(project.getBookFile()))
         return false;
-    // The book's title is copied from the main language's.
-    const QString previous = currentLanguage();
-    setCurrentLanguage(main);
-    const bool ok = book.addLangTitle(abbrev);
-    setCurrentLanguage(previous);
-    return ok;
+    if (!book.hasLangTitle(abbrev)) {
+        // The book's title is copied from the main language's.
+        const QString previous = currentLanguage();
+        setCurrentLanguage(main);
+        const bool ok = book.addLangTitle(abbrev);
+        setCurrentLanguage(previous);
+        if (!ok)
+            return false;
+    }
+    project.InsertLanguage(name, abbrev);
+    return true;
 }
 
 } // namespace exchange

@@ -49,7 +49,7 @@ public:
         const int depth = int(m_stack.size());
         const bool ownChild = !m_stack.empty() && m_stack.back().element;
         if (name == "chapter" || name == "subchapter" || name == "topic") {
-            Frame f{true, std::string(name), false};
+            Frame f{true, std::string(name), false, {}};
             if (name == "chapter") {
                 f.ticked = Ticks->isTicked(ChapterNode);
                 chapterTicked = f.ticked;
@@ -159,6 +159,64 @@ const xmlChar* X(const char* s)
     return reinterpret_cast<const xmlChar*>(s);
 }
 
+} // namespace
+
+namespace exchange {
+
+namespace {
+
+struct TopChild {
+    qsizetype begin = 0, end = 0;
+    QString name, lang;
+};
+
+// The direct children of a topic in the form the rewrite filters write it
+// (every element with an end tag, markup characters escaped, no comments):
+// false for anything else.
+bool topChildren(const QString& xml, std::vector<TopChild>& out)
+{
+    if (!xml.startsWith(QLatin1String("<topic")))
+        return false;
+    qsizetype i = xml.indexOf(QLatin1Char('>'));
+    int depth = 1;
+    TopChild child;
+    while (i >= 0) {
+        const qsizetype lt = xml.indexOf(QLatin1Char('<'), i);
+        if (lt < 0 || lt + 1 >= xml.size())
+            return false;
+        const qsizetype gt = xml.indexOf(QLatin1Char('>'), lt);
+        if (gt < 0)
+            return false;
+        const QChar next = xml[lt + 1];
+        if (next == QLatin1Char('/')) {
+            if (--depth == 1) {
+                child.end = gt + 1;
+                out.push_back(child);
+            } else if (depth == 0) {
+                return gt + 1 == xml.size();
+            }
+        } else {
+            if (next == QLatin1Char('!') || next == QLatin1Char('?') || xml[gt - 1] == QLatin1Char('/'))
+                return false;
+            if (++depth == 2) {
+                child = TopChild{};
+                child.begin = lt;
+                qsizetype n = lt + 1;
+                while (n < gt && xml[n] != QLatin1Char(' '))
+                    ++n;
+                child.name = xml.mid(lt + 1, n - lt - 1);
+                const qsizetype at = xml.indexOf(QLatin1String(" lang=\""), lt);
+                if (at >= 0 && at < gt) {
+                    const qsizetype from = at + 7;
+                    child.lang = xml.mid(from, xml.indexOf(QLatin1Char('"'), from) - from);
+                }
+            }
+        }
+        i = gt + 1;
+    }
+    return false;
+}
+
 xmlsafe::DocPtr parseXml(const QString& xml, QString* error)
 {
     xmlsafe::XmlError why;
@@ -169,25 +227,52 @@ xmlsafe::DocPtr parseXml(const QString& xml, QString* error)
     return doc;
 }
 
-// The master's topic with the language's title and body taken from the copy.
-bool mergeTopicLanguage(const QString& masterXml, const cSAXLanguageImporter::TopicPart& part,
-                        const QString& language, QString& out, QString* error)
+} // namespace
+
+bool mergeTopicLanguage(const QString& masterXml, const QString& title, const QString& onelang,
+                        const QString& language, QString& out, QString* error, bool direct)
 {
+    // Texts in the rewrite filters' own form come out of a parse and a new
+    // serialisation unchanged, except for what a serialiser writes as a
+    // character reference: those take the long way.
+    auto plain = [](const QString& t) { return !t.contains(QLatin1Char('\r')) && !t.contains(QLatin1Char('\t')); };
+    std::vector<TopChild> children;
+    if (direct && plain(masterXml) && plain(title) && plain(onelang) && topChildren(masterXml, children)) {
+        out.clear();
+        out.reserve(masterXml.size() + title.size() + onelang.size());
+        qsizetype at = 0;
+        for (const TopChild& c : children) {
+            if (c.lang != language)
+                continue;
+            const QString& with = c.name == QLatin1String("title") ? title
+                                  : c.name == QLatin1String("onelang") ? onelang
+                                                                       : QString();
+            if (with.isEmpty())
+                continue;
+            out += QStringView(masterXml).mid(at, c.begin - at);
+            out += with;
+            at = c.end;
+        }
+        out += QStringView(masterXml).mid(at);
+        return true;
+    }
+
     xmlsafe::DocPtr master = parseXml(masterXml, error);
-    xmlsafe::DocPtr copy = parseXml(QStringLiteral("<topic>") + part.title + part.onelang + QStringLiteral("</topic>"),
-                                    error);
+    xmlsafe::DocPtr copy = parseXml(QStringLiteral("<topic>") + title + onelang + QStringLiteral("</topic>"), error);
     xmlNode* root = master ? xmlDocGetRootElement(master.get()) : nullptr;
     xmlNode* copyRoot = copy ? xmlDocGetRootElement(copy.get()) : nullptr;
     if (!root || !copyRoot)
         return false;
-    xmlNode* title = xmlsafe::firstChildElement(copyRoot, "title");
-    xmlNode* onelang = xmlsafe::firstChildElement(copyRoot, "onelang");
+    xmlNode* newTitle = xmlsafe::firstChildElement(copyRoot, "title");
+    xmlNode* newOnelang = xmlsafe::firstChildElement(copyRoot, "onelang");
     xmlNode* next = nullptr;
     for (xmlNode* c = root->children; c; c = next) {
         next = c->next;
         if (c->type != XML_ELEMENT_NODE || xmlsafe::attr(c, "lang") != language)
             continue;
-        xmlNode* from = xmlStrEqual(c->name, X("title")) ? title : xmlStrEqual(c->name, X("onelang")) ? onelang : nullptr;
+        xmlNode* from = xmlStrEqual(c->name, X("title")) ? newTitle
+                        : xmlStrEqual(c->name, X("onelang")) ? newOnelang
+                                                              : nullptr;
         if (!from)
             continue;
         xmlReplaceNode(c, xmlDocCopyNode(from, master.get(), 1));
@@ -196,6 +281,10 @@ bool mergeTopicLanguage(const QString& masterXml, const cSAXLanguageImporter::To
     out = serializeElement(root);
     return true;
 }
+
+} // namespace exchange
+
+namespace {
 
 // Writes what the copy's chapter brought into the master's chapter file.
 class ImportMergeFilter : public TopicRewriteFilter {
@@ -208,7 +297,7 @@ public:
             if (it == m_in.topics.constEnd())
                 return false;
             QString why;
-            if (!mergeTopicLanguage(xml, *it, language, out, &why)) {
+            if (!exchange::mergeTopicLanguage(xml, it->title, it->onelang, language, out, &why)) {
                 fail(QStringLiteral("Topic \"%1\" cannot be merged: %2").arg(id, why));
                 return false;
             }

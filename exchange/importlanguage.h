@@ -22,6 +22,14 @@ inline const QString kImportFolderTitle = QStringLiteral("Select destination fol
 inline const QString kExtracting = QStringLiteral("Extracting files. Please wait.");
 inline const QString kImporting = QStringLiteral("Importing. Please wait.");
 
+// The master's topic with the language's title and body replaced by those
+// of the copy (each given as XML text): the text of the merged topic. direct
+// splices the texts where they are in the rewrite filters' own form (the
+// same bytes a parse and a new serialisation give); otherwise, and for
+// anything else, the topic goes through a DOM.
+bool mergeTopicLanguage(const QString& masterXml, const QString& title, const QString& onelang,
+                        const QString& language, QString& out, QString* error = nullptr, bool direct = true);
+
 class LanguageImport {
 public:
     LanguageImport(cProject& current, MsgBox& box);

@@ -16,6 +16,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QRegularExpression>
 
 #include <gtest/gtest.h>
 
@@ -286,4 +287,31 @@ TEST(TickModel, TickingSetsTheBranchAndNothingAbove)
     EXPECT_FALSE(ticks.isTicked(ch));
     EXPECT_TRUE(ticks.isTicked(book));
     EXPECT_EQ(ticks.countTicked(tree), 2);
+}
+
+TEST_F(ImportTest, TheDirectMergeGivesTheBytesOfTheDomMerge)
+{
+    int topics = 0;
+    for (const QString& file : project->chapterFileList()) {
+        const QString text = readText(file);
+        static const QRegularExpression ids(QStringLiteral("<topic id=\"([^\"]+)\""));
+        for (auto m = ids.globalMatch(text); m.hasNext();) {
+            const QString id = m.next().captured(1);
+            const QString xml = extractElement(*project, file, QStringLiteral("topic"), id, box);
+            // The English parts, as if they were the German of the copy.
+            static const QRegularExpression title(QStringLiteral("<title lang=\"en\"[^>]*>.*?</title>"));
+            static const QRegularExpression body(QStringLiteral("<onelang lang=\"en\">.*?</onelang>"));
+            QString t = title.match(xml).captured(0), b = body.match(xml).captured(0);
+            t.replace(QStringLiteral("lang=\"en\""), QStringLiteral("lang=\"de\""));
+            b.replace(QStringLiteral("lang=\"en\""), QStringLiteral("lang=\"de\""));
+            ASSERT_FALSE(t.isEmpty() || b.isEmpty()) << id.toStdString();
+            QString direct, dom;
+            ASSERT_TRUE(exchange::mergeTopicLanguage(xml, t, b, QStringLiteral("de"), direct));
+            ASSERT_TRUE(exchange::mergeTopicLanguage(xml, t, b, QStringLiteral("de"), dom, nullptr, false));
+            EXPECT_EQ(direct, dom) << id.toStdString();
+            EXPECT_NE(direct, xml);
+            ++topics;
+        }
+    }
+    EXPECT_EQ(topics, 6);
 }
