@@ -1,11 +1,15 @@
 #pragma once
 // The command line program: verbs register themselves from their own files.
 #include "msgbox.h"
+#include "progress.h"
 
 #include <QString>
 #include <QStringList>
 
 #include <functional>
+
+#include <cstdio>
+#include <unistd.h>
 
 struct CliContext {
     QStringList args; // the arguments after the verb, options included
@@ -38,4 +42,36 @@ QString findTopicXml(CliContext& c, const cProject& p, const QString& id);
 
 struct VerbRegistrar {
     VerbRegistrar(const char* verb, const char* usage, VerbFunction fn);
+};
+
+// A progress line on standard error, only when it is a terminal.
+class CliProgress : public Progress {
+public:
+    CliProgress() : m_tty(::isatty(2) == 1) {}
+    ~CliProgress() override
+    {
+        if (m_shown)
+            std::fputc('\n', stderr);
+    }
+    void message(const QString& text) override
+    {
+        m_text = text;
+        changed();
+    }
+
+protected:
+    void changed() override
+    {
+        if (!m_tty)
+            return;
+        const QByteArray line = (m_text.isEmpty() ? QString() : m_text + QLatin1Char(' ')).toUtf8();
+        std::fprintf(stderr, "\r%s%d/%d\033[K", line.constData(), value(), maximum());
+        std::fflush(stderr);
+        m_shown = true;
+    }
+
+private:
+    bool m_tty;
+    bool m_shown = false;
+    QString m_text;
 };

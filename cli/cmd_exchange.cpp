@@ -14,42 +14,7 @@
 #include <QFileInfo>
 #include <QTemporaryDir>
 
-#include <cstdio>
-#include <unistd.h>
-
 namespace {
-
-// A progress line on standard error, only when it is a terminal.
-class CliProgress : public Progress {
-public:
-    CliProgress() : m_tty(::isatty(2) == 1) {}
-    ~CliProgress() override
-    {
-        if (m_shown)
-            std::fputc('\n', stderr);
-    }
-    void message(const QString& text) override
-    {
-        m_text = text;
-        changed();
-    }
-
-protected:
-    void changed() override
-    {
-        if (!m_tty)
-            return;
-        const QByteArray line = (m_text.isEmpty() ? QString() : m_text + QLatin1Char(' ')).toUtf8();
-        std::fprintf(stderr, "\r%s%d/%d\033[K", line.constData(), value(), maximum());
-        std::fflush(stderr);
-        m_shown = true;
-    }
-
-private:
-    bool m_tty;
-    bool m_shown = false;
-    QString m_text;
-};
 
 // The project opened as the window opens it (marked while open), closed at
 // the end of the verb.
