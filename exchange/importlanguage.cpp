@@ -287,10 +287,10 @@ bool mergeTopicLanguage(const QString& masterXml, const QString& title, const QS
 namespace {
 
 // Writes what the copy's chapter brought into the master's chapter file.
-class ImportMergeFilter : public TopicRewriteFilter {
+class ImportMergeFilter : public SectionTitleFilter {
 public:
     ImportMergeFilter(const cSAXLanguageImporter& in, const QString& language, Progress& progress)
-        : m_in(in), m_language(language.toStdString()), m_progress(progress)
+        : SectionTitleFilter(language), m_in(in), m_progress(progress)
     {
         onTopic = [this, language](const QString& id, const QString& xml, QString& out) {
             auto it = m_in.topics.constFind(id);
@@ -308,64 +308,22 @@ public:
     }
 
     QSet<QString> m_mergedTopics;
-    QSet<QString> m_renamed; // subchapter ids, and "" for the chapter
+    bool m_chapterRenamed = false;
 
 protected:
-    void outsideStart(std::string_view name, const sax::Attrs& attrs) override
+    bool newSectionTitle(bool chapter, const QString& id, QString& text) override
     {
-        const bool ownChild = !m_stack.empty() && m_stack.back().element;
-        const Frame owner = ownChild ? m_stack.back() : Frame{};
-        if (name == "chapter" || name == "subchapter")
-            m_stack.push_back({true, name == "chapter", attrs.qvalue("id")});
-        else
-            m_stack.push_back({});
-        writeStart(name, attrs);
-        if (!ownChild || name != "title" || attrs.value("lang") != m_language)
-            return;
-        const QString key = owner.chapter ? QString() : owner.id;
-        if (m_renamed.contains(key))
-            return;
-        if (owner.chapter ? (m_in.chapterTicked && m_in.hasChapterTitle) : m_in.subchapterTitles.contains(key)) {
-            m_newText = owner.chapter ? m_in.chapterTitle : m_in.subchapterTitles.value(key);
-            m_replacing = true;
-            m_renamed.insert(key);
-            markChanged();
-            m_progress.step();
-        }
-    }
-
-    void outsideEnd(std::string_view name) override
-    {
-        if (m_replacing && name == "title") {
-            // The old text is dropped; the new one is written here.
-            m_buf.clear();
-            mCommon::escapeXMLTo(m_buf, m_newText.toStdString());
-            writeRaw(m_buf);
-            m_replacing = false;
-        }
-        if (!m_stack.empty())
-            m_stack.pop_back();
-        writeEnd(name);
-    }
-
-    void outsideText(std::string_view text) override
-    {
-        if (!m_replacing)
-            writeText(text);
+        if (chapter ? !(m_in.chapterTicked && m_in.hasChapterTitle) : !m_in.subchapterTitles.contains(id))
+            return false;
+        text = chapter ? m_in.chapterTitle : m_in.subchapterTitles.value(id);
+        m_chapterRenamed = m_chapterRenamed || chapter;
+        m_progress.step();
+        return true;
     }
 
 private:
-    struct Frame {
-        bool element = false;
-        bool chapter = false;
-        QString id;
-    };
     const cSAXLanguageImporter& m_in;
-    std::string m_language;
     Progress& m_progress;
-    std::vector<Frame> m_stack;
-    bool m_replacing = false;
-    QString m_newText;
 };
 
 const char kFailed[] = "Error! Import was not successful!";
@@ -624,7 +582,7 @@ bool LanguageImport::runImport(const QString& language, Progress& progress)
                                   .arg(id, mine[i].title));
             }
         }
-        if (language == main && merge.m_renamed.contains(QString()) && in.chapterTitle != mine[i].title)
+        if (language == main && merge.m_chapterRenamed && in.chapterTitle != mine[i].title)
             renames.push_back({mine[i].title, in.chapterTitle, mine[i].id, mine[i].file});
     }
 

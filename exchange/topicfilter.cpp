@@ -79,6 +79,53 @@ void TopicRewriteFilter::skippedEntity(std::string_view name)
     m_topic += ';';
 }
 
+void SectionTitleFilter::outsideStart(std::string_view name, const sax::Attrs& attrs)
+{
+    const bool ownChild = !m_stack.empty() && m_stack.back().section;
+    const Frame owner = ownChild ? m_stack.back() : Frame{};
+    if (name == "chapter")
+        m_stack.push_back({true, true, chapterId});
+    else if (name == "subchapter")
+        m_stack.push_back({true, false, attrs.qvalue("id")});
+    else
+        m_stack.push_back({});
+    writeStart(name, attrs);
+    if (!ownChild || name != "title" || attrs.value("lang") != m_language)
+        return;
+    // Only the first title of the language: the key of a chapter is marked
+    // apart from a subchapter that could carry the same id.
+    const QString key = (owner.chapter ? QStringLiteral("c:") : QStringLiteral("s:")) + owner.id;
+    if (m_asked.contains(key))
+        return;
+    m_asked.insert(key);
+    QString text;
+    if (newSectionTitle(owner.chapter, owner.id, text)) {
+        m_newText = text;
+        m_replacing = true;
+        markChanged();
+    }
+}
+
+void SectionTitleFilter::outsideEnd(std::string_view name)
+{
+    if (m_replacing && name == "title") {
+        // The old text is dropped; the new one is written here.
+        m_buf.clear();
+        mCommon::escapeXMLTo(m_buf, m_newText.toStdString());
+        writeRaw(m_buf);
+        m_replacing = false;
+    }
+    if (!m_stack.empty())
+        m_stack.pop_back();
+    writeEnd(name);
+}
+
+void SectionTitleFilter::outsideText(std::string_view text)
+{
+    if (!m_replacing)
+        writeText(text);
+}
+
 namespace exchange {
 
 bool rewriteChapterToTemp(const QString& chapterFile, TopicRewriteFilter& filter, const QString& tempPath,

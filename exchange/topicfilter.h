@@ -5,9 +5,11 @@
 // So one pass over a chapter file does what a replacement per topic would.
 #include "rewrite.h"
 
+#include <QSet>
 #include <QString>
 
 #include <functional>
+#include <vector>
 
 class TopicRewriteFilter : public RewriteFilter {
 public:
@@ -41,6 +43,38 @@ private:
     bool m_changed = false;
     bool m_failed = false;
     QString m_failure;
+};
+
+// Besides topics, replaces the title of chapters and subchapters in one
+// language: the first title in that language that is a direct child of the
+// chapter or subchapter.
+class SectionTitleFilter : public TopicRewriteFilter {
+public:
+    explicit SectionTitleFilter(const QString& language) : m_language(language.toStdString()) {}
+
+protected:
+    // The new text of the title of a chapter or subchapter (by id; a
+    // chapter's id is its chapter id, as the subclass was told, or "");
+    // false keeps the old one.
+    virtual bool newSectionTitle(bool chapter, const QString& id, QString& text) = 0;
+    // The id given to the chapter element of the file.
+    QString chapterId;
+
+    void outsideStart(std::string_view name, const sax::Attrs& attrs) override;
+    void outsideEnd(std::string_view name) override;
+    void outsideText(std::string_view text) override;
+
+private:
+    struct Frame {
+        bool section = false;
+        bool chapter = false;
+        QString id;
+    };
+    std::string m_language;
+    std::vector<Frame> m_stack;
+    QSet<QString> m_asked;
+    bool m_replacing = false;
+    QString m_newText;
 };
 
 namespace exchange {

@@ -870,14 +870,14 @@ void languageImages(xmlNode* n, const QString& main, const QString& lang, const 
     }
 }
 
-class XliffImportFilter : public TopicRewriteFilter {
+class XliffImportFilter : public SectionTitleFilter {
 public:
     XliffImportFilter(XliffFile& file, const QString& main, const QString& chapterId, const QString& folder,
                       bool complete, XliffImportSummary& summary, Progress& progress)
-        : m_file(file), m_main(main), m_lang(file.target), m_chapterId(chapterId), m_folder(folder),
+        : SectionTitleFilter(file.target), m_file(file), m_main(main), m_lang(file.target), m_folder(folder),
           m_complete(complete), m_summary(summary), m_progress(progress)
     {
-        m_langUtf8 = m_lang.toStdString();
+        this->chapterId = chapterId;
         onTopic = [this](const QString& id, const QString& xml, QString& out) { return topic(id, xml, out); };
     }
 
@@ -886,62 +886,26 @@ public:
     QString badReason;
 
 protected:
-    void outsideStart(std::string_view name, const sax::Attrs& attrs) override
+    bool newSectionTitle(bool, const QString& id, QString& out) override
     {
-        const bool ownChild = !m_stack.empty() && m_stack.back().section;
-        const Frame owner = ownChild ? m_stack.back() : Frame{};
-        if (name == "chapter")
-            m_stack.push_back({true, m_chapterId});
-        else if (name == "subchapter")
-            m_stack.push_back({true, attrs.qvalue("id")});
-        else
-            m_stack.push_back({});
-        writeStart(name, attrs);
-        if (!ownChild || name != "title" || attrs.value("lang") != m_langUtf8 || m_done.contains(owner.id))
-            return;
-        m_done.insert(owner.id);
-        const QString unitId = owner.id + QStringLiteral(".title");
+        const QString unitId = id + QStringLiteral(".title");
         auto it = m_file.units.find(unitId);
         if (it == m_file.units.end())
-            return;
+            return false;
         it->known = true;
         if (!it->target)
-            return;
+            return false;
         QString text, why;
         if (!plainText(it->target, text, why)) {
             bad(unitId, why);
-            return;
+            return false;
         }
-        m_newText = text;
-        m_replacing = true;
+        out = text;
         ++m_summary.titles;
-        markChanged();
-    }
-
-    void outsideEnd(std::string_view name) override
-    {
-        if (m_replacing && name == "title") {
-            m_buf.clear();
-            mCommon::escapeXMLTo(m_buf, m_newText.toStdString());
-            writeRaw(m_buf);
-            m_replacing = false;
-        }
-        if (!m_stack.empty())
-            m_stack.pop_back();
-        writeEnd(name);
-    }
-
-    void outsideText(std::string_view text) override
-    {
-        if (!m_replacing)
-            writeText(text);
+        return true;
     }
 
 private:
-    struct Frame {
-        bool section = false;
-        QString id;
-    };
 
     void bad(const QString& unitId, const QString& why)
     {
@@ -1093,15 +1057,10 @@ private:
     }
 
     XliffFile& m_file;
-    QString m_main, m_lang, m_chapterId, m_folder;
-    std::string m_langUtf8;
+    QString m_main, m_lang, m_folder;
     bool m_complete;
     XliffImportSummary& m_summary;
     Progress& m_progress;
-    std::vector<Frame> m_stack;
-    QSet<QString> m_done;
-    bool m_replacing = false;
-    QString m_newText;
 };
 
 } // namespace
