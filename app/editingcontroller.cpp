@@ -9,13 +9,13 @@
 #include "holders.h"
 #include "language.h"
 #include "msgbox.h"
+#include "pagekeys.h"
 #include "session.h"
 #include "websurface.h"
 
 #include <QAction>
 #include <QApplication>
 #include <QClipboard>
-#include <QJsonDocument>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QMenu>
@@ -32,11 +32,6 @@ namespace {
 
 const QString kNoAgent = QStringLiteral("\x01noagent");
 constexpr int kMaxRounds = 12;
-
-QString js(const QVariant& v)
-{
-    return QString::fromUtf8(QJsonDocument::fromVariant(v).toJson(QJsonDocument::Compact));
-}
 
 QString keyOf(QAction* a)
 {
@@ -196,12 +191,12 @@ QVariantMap EditingController::run(const QVariantList& ops, bool record)
 {
     if (ops.isEmpty())
         return {};
-    return call(QStringLiteral("window.__qe.run(%1, %2)").arg(js(ops), record ? "true" : "false")).toMap();
+    return call(editagent::callExpression(QStringLiteral("window.__qe.run"), {ops, record})).toMap();
 }
 
 Facts EditingController::facts()
 {
-    return factsFromVariant(call(QStringLiteral("window.__qe.facts()")));
+    return factsFromVariant(call(editagent::callExpression(QStringLiteral("window.__qe.facts"))));
 }
 
 bool EditingController::active()
@@ -400,7 +395,7 @@ void EditingController::command(const QVariantList& ops, bool record)
 
 void EditingController::removeObject(int ref)
 {
-    command({op(QStringLiteral("removeObject"), ref)}, true);
+    command({op(pagekeys::ops::removeObject, ref)}, true);
 }
 
 // --- clipboard and history -------------------------------------------------------------
@@ -408,16 +403,16 @@ void EditingController::removeObject(int ref)
 void EditingController::copy()
 {
     CommandScope scope(m_inCommand);
-    const QVariantMap info = call(QStringLiteral("window.__qe.copyInfo()")).toMap();
-    const QString text = info.value(QStringLiteral("text")).toString();
-    if (text.isEmpty() && info.value(QStringLiteral("html")).toString().isEmpty())
+    const QVariantMap info = call(editagent::callExpression(QStringLiteral("window.__qe.copyInfo"))).toMap();
+    const QString text = info.value(pagekeys::copy::text).toString();
+    if (text.isEmpty() && info.value(pagekeys::copy::html).toString().isEmpty())
         return;
     auto* data = new QMimeData;
     data->setText(text);
-    data->setHtml(info.value(QStringLiteral("html")).toString());
+    data->setHtml(info.value(pagekeys::copy::html).toString());
     QApplication::clipboard()->setMimeData(data);
     m_lastText = QApplication::clipboard()->text();
-    m_lastHTML = info.value(QStringLiteral("html")).toString();
+    m_lastHTML = info.value(pagekeys::copy::html).toString();
 }
 
 void EditingController::cut()
@@ -426,16 +421,16 @@ void EditingController::cut()
         return;
     {
         CommandScope scope(m_inCommand);
-        const QVariantMap info = call(QStringLiteral("window.__qe.copyInfo()")).toMap();
-        const QString text = info.value(QStringLiteral("text")).toString();
+        const QVariantMap info = call(editagent::callExpression(QStringLiteral("window.__qe.copyInfo"))).toMap();
+        const QString text = info.value(pagekeys::copy::text).toString();
         if (text.isEmpty())
             return;
-        m_lastHTML = info.value(QStringLiteral("html")).toString();
+        m_lastHTML = info.value(pagekeys::copy::html).toString();
         auto* data = new QMimeData;
         data->setText(text);
         data->setHtml(m_lastHTML);
         QApplication::clipboard()->setMimeData(data);
-        run({op(QStringLiteral("deleteSelection"))}, true);
+        run({op(pagekeys::ops::deleteSelection)}, true);
         m_lastText = QApplication::clipboard()->text();
     }
     updateDisplay();
@@ -458,8 +453,8 @@ void EditingController::paste()
         if (!d.paste)
             return;
         // Foreign lines join the text on either side; copied blocks stay blocks.
-        run({op(QStringLiteral("paste"), -1,
-                {{QStringLiteral("html"), d.html}, {QStringLiteral("merge"), !d.internal}})},
+        run({op(pagekeys::ops::paste, -1,
+                {{pagekeys::args::html, d.html}, {pagekeys::args::merge, !d.internal}})},
             true);
     }
     updateDisplay();
@@ -471,13 +466,13 @@ void EditingController::undo()
         return;
     // The flag first: an update that comes during the call already sees it.
     m_undoFlag = true;
-    command({op(QStringLiteral("undo"))}, false);
+    command({op(pagekeys::ops::undo)}, false);
 }
 
 void EditingController::redo()
 {
     if (active())
-        command({op(QStringLiteral("redo"))}, false);
+        command({op(pagekeys::ops::redo)}, false);
 }
 
 // --- element commands ---------------------------------------------------------------------
@@ -494,7 +489,7 @@ void EditingController::toggleSign()
             return;
         // Latched, the command takes the bold off (the surface's REMOVEFORMAT);
         // otherwise it puts it on. Either way the page's bold gives STRONG.
-        run({op(QStringLiteral("native"), -1, {{QStringLiteral("command"), QStringLiteral("bold")}})}, true);
+        run({op(pagekeys::ops::native, -1, {{pagekeys::args::command, QStringLiteral("bold")}})}, true);
     }
     updateDisplay();
 }
@@ -542,7 +537,7 @@ void EditingController::blockCommand(const QString& key, const Facts& f)
 {
     const Node* e = f.element();
     auto block = [](const char* format) {
-        return op(QStringLiteral("block"), -1, {{QStringLiteral("format"), QString::fromLatin1(format)}});
+        return op(pagekeys::ops::block, -1, {{pagekeys::args::format, QString::fromLatin1(format)}});
     };
     const int blockStatus = queryStatus(f, CmdSetBlockFmt);
     const bool blockOk = blockStatus != NotSupported && blockStatus != Disabled;
@@ -569,9 +564,9 @@ void EditingController::blockCommand(const QString& key, const Facts& f)
             return;
         if (s == Latched) {
             if (e && e->tag == QLatin1String("U"))
-                run({op(QStringLiteral("unheader"), e->ref)}, true);
+                run({op(pagekeys::ops::unheader, e->ref)}, true);
         } else {
-            run({op(QStringLiteral("native"), -1, {{QStringLiteral("command"), QStringLiteral("underline")}})},
+            run({op(pagekeys::ops::native, -1, {{pagekeys::args::command, QStringLiteral("underline")}})},
                 true);
         }
     } else if (key == QLatin1String("Bulleted List") || key == QLatin1String("Ordered List")) {
@@ -580,10 +575,10 @@ void EditingController::blockCommand(const QString& key, const Facts& f)
         // A list is switched off by the Paragraph button, not by its own.
         if (s == NotSupported || s == Disabled || s == Latched)
             return;
-        run({op(QStringLiteral("list"), -1, {{QStringLiteral("type"), bullet ? "UL" : "OL"}})}, true);
+        run({op(pagekeys::ops::list, -1, {{pagekeys::args::type, bullet ? "UL" : "OL"}})}, true);
         Facts after = facts();
         if (after.element() && after.element()->tag == QLatin1String("DIV")) {
-            run({op(QStringLiteral("strip"), after.element()->ref)}, false);
+            run({op(pagekeys::ops::strip, after.element()->ref)}, false);
             after = facts();
         }
         run(editrules::mergeSplitTable(after));
@@ -595,7 +590,9 @@ void EditingController::blockCommand(const QString& key, const Facts& f)
         if (e && e->tag == QLatin1String("A") && !e->name.isEmpty())
             return;
         const QString id = m_session.project().getNewAnchorID();
-        run({op(QStringLiteral("paste"), -1, {{QStringLiteral("html"), elementhtml::anchorHTML(id)}})}, true);
+        if (id.isEmpty())
+            return; // the project file could not take the counter: shown already
+        run({op(pagekeys::ops::paste, -1, {{pagekeys::args::html, elementhtml::anchorHTML(id)}})}, true);
     }
 }
 
@@ -623,7 +620,7 @@ void EditingController::linkCommand(Facts f)
         QString text = f.selText;
         // A closing blank stays outside the link.
         if (endsInBlank(text)) {
-            run({op(QStringLiteral("moveEndBack"))}, false);
+            run({op(pagekeys::ops::moveEndBack)}, false);
             text = facts().selText;
         }
         if (!text.isEmpty()) {
@@ -662,9 +659,9 @@ void EditingController::linkCommand(Facts f)
     if (edit) {
         const Node* a = f.element();
         if (a && a->tag == QLatin1String("A") && a->href == editedHref)
-            ops << op(QStringLiteral("removeObject"), a->ref);
+            ops << op(pagekeys::ops::removeObject, a->ref);
     }
-    ops << op(QStringLiteral("paste"), -1, {{QStringLiteral("html"), elementhtml::linkHTML(link)}});
+    ops << op(pagekeys::ops::paste, -1, {{pagekeys::args::html, elementhtml::linkHTML(link)}});
     run(ops, true);
 }
 
@@ -680,12 +677,12 @@ void EditingController::imageCommand(Facts f)
                             e->tag == QLatin1String("IMG"));
     if (edit) {
         ok.Change = true;
-        const QVariantMap info = call(QStringLiteral("window.__qe.imageInfo()")).toMap();
-        image.FileName = info.value(QStringLiteral("src")).toString();
-        image.ImageFormat = info.value(QStringLiteral("alt")).toString();
-        image.ImageScale = info.value(QStringLiteral("scale")).toString();
-        image.OutputForm = info.value(QStringLiteral("cls")).toString();
-        image.Description = info.value(QStringLiteral("caption")).toString();
+        const QVariantMap info = call(editagent::callExpression(QStringLiteral("window.__qe.imageInfo"))).toMap();
+        image.FileName = info.value(pagekeys::image::src).toString();
+        image.ImageFormat = info.value(pagekeys::image::alt).toString();
+        image.ImageScale = info.value(pagekeys::image::scale).toString();
+        image.OutputForm = info.value(pagekeys::image::cls).toString();
+        image.Description = info.value(pagekeys::image::caption).toString();
     }
     const QString folder = m_session.project().GetProjectFolder() + QStringLiteral("img/") + currentLanguage() +
                            QLatin1Char('/');
@@ -706,11 +703,11 @@ void EditingController::imageCommand(Facts f)
     QVariantList ops;
     if (edit) {
         if (const Node* w = wrapperAround(f, "image"))
-            ops << op(QStringLiteral("removeObject"), w->ref);
+            ops << op(pagekeys::ops::removeObject, w->ref);
         else if (f.element() && f.element()->tag == QLatin1String("IMG") && f.at(1))
-            ops << op(QStringLiteral("removeObject"), f.at(1)->ref);
+            ops << op(pagekeys::ops::removeObject, f.at(1)->ref);
     }
-    ops << op(QStringLiteral("paste"), -1, {{QStringLiteral("html"), elementhtml::imageHTML(image)}});
+    ops << op(pagekeys::ops::paste, -1, {{pagekeys::args::html, elementhtml::imageHTML(image)}});
     run(ops, true);
 }
 
@@ -730,7 +727,7 @@ void EditingController::tableCommand()
     }
     if (!accepted || !ok.Change || table.RowNum < 1 || table.ColumnNum < 1)
         return;
-    run({op(QStringLiteral("paste"), -1, {{QStringLiteral("html"), elementhtml::tableHTML(table)}})}, true);
+    run({op(pagekeys::ops::paste, -1, {{pagekeys::args::html, elementhtml::tableHTML(table)}})}, true);
 }
 
 void EditingController::editKeywords()

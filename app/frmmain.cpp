@@ -1,6 +1,7 @@
 #include "frmmain.h"
 
 #include "editingcontroller.h"
+#include "editagent.h"
 
 #include "backup.h"
 #include "booktreewidget.h"
@@ -77,22 +78,6 @@ const QStringList kMissing = {
     QStringLiteral("mnuContextHelp"), QStringLiteral("mnuSpelling"), QStringLiteral("mnuSynonyms"),
     QStringLiteral("mnuAntonyms"),
 };
-
-// What lies at a point of the page: "link", "image", "text" (a selection)
-// or "".
-const char* const kKindAt =
-    "(function(x,y){var e=document.elementFromPoint(x,y);if(e){"
-    "var a=e.closest('a');if(a&&a.getAttribute('href'))return 'link';"
-    "var p=e.closest('p');if(p&&p.getAttribute('title')==='image')return 'image';}"
-    "var s=getSelection();return s&&s.rangeCount>0&&!s.isCollapsed?'text':'';})(%1,%2)";
-
-// Puts the caret into the link or image at a point, so that the editing
-// commands act on it.
-const char* const kCaretAt =
-    "(function(x,y){var e=document.elementFromPoint(x,y);if(!e)return false;"
-    "var t=e.closest('a')||e.closest('p[title=image]');if(!t)return false;"
-    "var r=document.createRange();r.selectNodeContents(t);r.collapse(true);"
-    "var s=getSelection();s.removeAllRanges();s.addRange(r);return true;})(%1,%2)";
 
 bool isLetter(int key)
 {
@@ -650,6 +635,9 @@ void frmMain::refreshReadOnly()
     if (readOnly) {
         lblReadOnly->setText(m_session->isLocked()
                                  ? QStringLiteral("Read-only: the project has been exported and is locked.")
+                             : !m_session->readOnlyReason().isEmpty()
+                                 ? QStringLiteral("Read-only: the project's files cannot be written: ") +
+                                       m_session->readOnlyReason()
                                  : QStringLiteral("Read-only: the topic is locked as finished."));
     }
     lblReadOnly->setVisible(readOnly);
@@ -898,8 +886,8 @@ void frmMain::treeMouseUp(const NodePtr& node, Qt::MouseButton button, const QPo
         s.clickOnTopic(node);
         return;
     }
-    if (s.isLocked()) {
-        if (button == Qt::RightButton && node && node->Tag == QLatin1String("book")) {
+    if (s.isReadOnly()) {
+        if (s.isLocked() && button == Qt::RightButton && node && node->Tag == QLatin1String("book")) {
             s.clickOnTopic(node);
             popup(menu(QStringLiteral("mnuLockedBook")), globalPos);
         }
@@ -972,9 +960,11 @@ void frmMain::surfaceMenu(const QPoint& pos)
     const bool editable = s.shownTopic() && s.topic().State == QLatin1String("uncomplete") && !dEdit->browseMode();
     QString kind;
     if (editable)
-        kind = dEdit->runScript(QString::fromLatin1(kKindAt).arg(pos.x()).arg(pos.y())).toString();
+        kind = dEdit->runScript(editagent::callExpression(QStringLiteral("window.quillary.kindAt"), {pos.x(), pos.y()}))
+                   .toString();
     if (kind == QLatin1String("link") || kind == QLatin1String("image")) {
-        dEdit->runScript(QString::fromLatin1(kCaretAt).arg(pos.x()).arg(pos.y()));
+        dEdit->runScript(
+            editagent::callExpression(QStringLiteral("window.quillary.caretAt"), {pos.x(), pos.y()}));
         m->addAction(action(QStringLiteral("mnuEditElement")));
         m->addAction(action(QStringLiteral("mnuDeleteElement")));
     } else if (kind == QLatin1String("text")) {

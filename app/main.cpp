@@ -10,11 +10,37 @@
 #include <QFileInfo>
 
 #include <cstdio>
+#include <exception>
+
+namespace {
+// The last guard: a failure that no command caught is logged and the event
+// loop goes on, so typed text is never lost to a crash.
+void logEscaped(const char* what)
+{
+    qCritical("Quillary Author: a command failed and was abandoned: %s", what);
+}
+
+class GuardedApplication : public QApplication {
+public:
+    using QApplication::QApplication;
+    bool notify(QObject* receiver, QEvent* event) override
+    {
+        try {
+            return QApplication::notify(receiver, event);
+        } catch (const std::exception& e) {
+            logEscaped(e.what());
+        } catch (...) {
+            logEscaped("unknown exception");
+        }
+        return false;
+    }
+};
+}
 
 int main(int argc, char** argv)
 {
     prepareWebEngine();
-    QApplication app(argc, argv);
+    GuardedApplication app(argc, argv);
     QApplication::setApplicationName(kAppTitle);
     QApplication::setApplicationVersion(QStringLiteral(QUILLARY_VERSION));
     QApplication::setWindowIcon(appicons::windowIcon());
@@ -41,7 +67,13 @@ int main(int argc, char** argv)
     if (options.size.isValid())
         window.resize(options.size);
     window.show();
-    window.startUp(options.commandLine);
+    try {
+        window.startUp(options.commandLine);
+    } catch (const std::exception& e) {
+        logEscaped(e.what());
+    } catch (...) {
+        logEscaped("unknown exception");
+    }
 
     if (picture) {
         if (!window.session().isOpen()) {

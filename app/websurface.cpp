@@ -1,6 +1,8 @@
 #include "websurface.h"
 
+#include "editagent.h"
 #include "fileio.h"
+#include "pagekeys.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -18,107 +20,15 @@
 
 namespace {
 
-// A console message with this text is the agent's "display changed" note;
-// the console is the one channel from the page that needs no extra module.
-const QString kDisplayNote = QStringLiteral("\x01quillary:display");
-const QString kLinkNote = QStringLiteral("\x01quillary:link:");
+// A console message that starts with this mark and a key of keys.json is
+// one of the agent's notes; the console is the one channel from the page
+// that needs no extra module.
+const QChar kNoteMark(0x01);
 
-// The agent. Idempotent: it is injected at document ready and run again
-// after each load, in case the injection came too late.
-const char* const kAgent = R"JS(
-(function () {
-  if (window.__q) return;
-  var q = window.__q = { dirty: false, gen: 0, editable: true, body: null, observer: null, noted: false };
-
-  // One note per task: timers do not run while page script is off, microtasks do.
-  function note() {
-    if (q.noted) return;
-    q.noted = true;
-    queueMicrotask(function () { q.noted = false; console.debug('\u0001quillary:display'); });
-  }
-  function touch() { q.dirty = true; q.gen++; note(); }
-  // The editable switch itself is no change of content.
-  function relevant(records) {
-    for (var i = 0; i < records.length; i++) {
-      var r = records[i];
-      if (!(r.type === 'attributes' && r.target === q.body && r.attributeName === 'contenteditable'))
-        return true;
-    }
-    return false;
-  }
-  q.flush = function () {
-    if (q.observer && relevant(q.observer.takeRecords())) touch();
-  };
-  q.attach = function () {
-    var b = document.body;
-    if (!b) return false;
-    if (q.body !== b) {
-      if (q.observer) q.observer.disconnect();
-      q.body = b;
-      q.observer = new MutationObserver(function (records) { if (relevant(records)) touch(); });
-      q.observer.observe(b, { childList: true, subtree: true, characterData: true, attributes: true });
-    }
-    b.setAttribute('contenteditable', q.editable ? 'true' : 'false');
-    // Enter makes paragraphs, as the topic format wants, not DIVs.
-    try { document.execCommand('defaultParagraphSeparator', false, 'p'); } catch (e) {}
-    return true;
-  };
-  q.setEditable = function (on) { q.editable = !!on; return q.attach(); };
-  q.isDirty = function () { q.flush(); return q.dirty; };
-  q.setDirty = function () { q.flush(); touch(); return true; };
-  q.body_ = function () { return document.body ? document.body.innerHTML : ''; };
-  q.setBody = function (html) { q.attach(); document.body.innerHTML = html; q.flush(); return true; };
-  q.doc = function () {
-    var d = document.doctype ? new XMLSerializer().serializeToString(document.doctype) : '';
-    return d + document.documentElement.outerHTML;
-  };
-  // The page text with the change count it belongs to; clean() clears the
-  // flag only if nothing changed in between.
-  q.snapshot = function () { q.flush(); return { html: q.doc(), gen: q.gen }; };
-  q.clean = function (gen) { q.flush(); if (q.gen === gen) q.dirty = false; return !q.dirty; };
-  // Inserts HTML at the selection, replacing it; at the end of the body when
-  // the selection is not in the body. The caret goes behind the insertion.
-  q.paste = function (html) {
-    q.attach();
-    var b = document.body, sel = window.getSelection(), range = null;
-    if (sel && sel.rangeCount > 0) {
-      var r = sel.getRangeAt(0);
-      if (b.contains(r.commonAncestorContainer)) range = r;
-    }
-    if (!range) {
-      range = document.createRange();
-      range.selectNodeContents(b);
-      range.collapse(false);
-    }
-    range.deleteContents();
-    var frag = range.createContextualFragment(html);
-    var last = frag.lastChild;
-    range.insertNode(frag);
-    if (last && sel) {
-      var after = document.createRange();
-      after.setStartAfter(last);
-      after.collapse(true);
-      sel.removeAllRanges();
-      sel.addRange(after);
-    }
-    q.flush();
-    return true;
-  };
-  // Links never leave the page; in browse mode the owner hears of the click.
-  document.addEventListener('click', function (e) {
-    var a = e.target && e.target.closest ? e.target.closest('a[href]') : null;
-    if (!a) return;
-    e.preventDefault();
-    if (!q.editable) console.debug('\u0001quillary:link:' + a.getAttribute('href'));
-  }, true);
-  document.addEventListener('input', touch, true);
-  document.addEventListener('selectionchange', note);
-  document.addEventListener('keyup', note, true);
-  document.addEventListener('mouseup', note, true);
-  q.attach();
-})();
-true;
-)JS";
+QString agentCall(const char* function, const QVariantList& args = {})
+{
+    return editagent::callExpression(QStringLiteral("window.__q.") + QLatin1String(function), args);
+}
 
 // setHtml goes through a data URL, which is limited to 2 MB.
 constexpr int kMaxDataUrl = 2 * 1024 * 1024 - 4096;
@@ -177,9 +87,11 @@ WebSurface::WebSurface(QWidget* parent) : QWebEngineView(parent)
     s->setAttribute(QWebEngineSettings::ErrorPageEnabled, false);
     s->setAttribute(QWebEngineSettings::NavigateOnDropEnabled, false);
 
+    // The agent (app/js): injected at document ready and run again after
+    // each load, in case the injection came too late.
     QWebEngineScript agent;
     agent.setName(QStringLiteral("quillary-agent"));
-    agent.setSourceCode(QString::fromUtf8(kAgent));
+    agent.setSourceCode(editagent::surfaceScript());
     agent.setInjectionPoint(QWebEngineScript::DocumentReady);
     agent.setWorldId(QWebEngineScript::ApplicationWorld);
     agent.setRunsOnSubFrames(false);
@@ -313,10 +225,10 @@ QString WebSurface::jsString(const QString& text)
 bool WebSurface::ensureAgent()
 {
     bool ok = false;
-    runScript(QString::fromUtf8(kAgent), &ok);
+    runScript(editagent::surfaceScript(), &ok);
     if (!ok)
         return false;
-    QVariant v = runScript(QStringLiteral("window.__q.setEditable(%1)").arg(m_browse ? "false" : "true"), &ok);
+    QVariant v = runScript(agentCall("setEditable", {!m_browse}), &ok);
     return ok && v.toBool();
 }
 
@@ -344,29 +256,29 @@ void WebSurface::setDocumentHTML(const QString& html)
     }
     afterLoad();
     if (large)
-        runScript(QStringLiteral("window.__q.setBody(%1)").arg(jsString(body)));
+        runScript(agentCall("setBody", {body}));
     // A new document counts as a change until it is saved, as on the fake.
     setDirty();
 }
 
 QString WebSurface::documentHTML()
 {
-    return runScript(QStringLiteral("window.__q.doc()")).toString();
+    return runScript(agentCall("doc")).toString();
 }
 
 QString WebSurface::bodyHTML()
 {
-    return runScript(QStringLiteral("window.__q.body_()")).toString();
+    return runScript(agentCall("body_")).toString();
 }
 
 void WebSurface::setBodyHTML(const QString& html)
 {
-    runScript(QStringLiteral("window.__q.setBody(%1)").arg(jsString(html)));
+    runScript(agentCall("setBody", {html}));
 }
 
 void WebSurface::pasteHTML(const QString& html)
 {
-    runScript(QStringLiteral("window.__q.paste(%1)").arg(jsString(html)));
+    runScript(agentCall("paste", {html}));
 }
 
 void WebSurface::setBaseURL(const QString& folder)
@@ -379,37 +291,36 @@ void WebSurface::setBaseURL(const QString& folder)
     // The base is the page's own URL: the page is loaded again under the
     // new one, with its content and its dirty state.
     bool ok = false;
-    QVariant snap = runScript(QStringLiteral("window.__q.snapshot()"), &ok);
+    QVariant snap = runScript(agentCall("snapshot"), &ok);
     const bool wasDirty = isDirty();
     m_base = f;
     if (!ok)
         return;
-    QString html = snap.toMap().value(QStringLiteral("html")).toString();
+    QString html = snap.toMap().value(pagekeys::snapshot::html).toString();
     setDocumentHTML(html);
     if (!wasDirty) {
-        QVariant s = runScript(QStringLiteral("window.__q.snapshot()"));
-        runScript(QStringLiteral("window.__q.clean(%1)")
-                      .arg(s.toMap().value(QStringLiteral("gen")).toLongLong()));
+        QVariant s = runScript(agentCall("snapshot"));
+        runScript(agentCall("clean", {s.toMap().value(pagekeys::snapshot::gen)}));
     }
 }
 
 bool WebSurface::isDirty()
 {
     bool ok = false;
-    QVariant v = runScript(QStringLiteral("window.__q.isDirty()"), &ok);
+    QVariant v = runScript(agentCall("isDirty"), &ok);
     return !ok || !v.isValid() || v.toBool();
 }
 
 void WebSurface::setDirty()
 {
-    runScript(QStringLiteral("window.__q.setDirty()"));
+    runScript(agentCall("setDirty"));
 }
 
 void WebSurface::saveDocument(const QString& path)
 {
     bool ok = false;
-    QVariantMap snap = runScript(QStringLiteral("window.__q.snapshot()"), &ok).toMap();
-    if (!ok || !snap.contains(QStringLiteral("gen"))) {
+    QVariantMap snap = runScript(agentCall("snapshot"), &ok).toMap();
+    if (!ok || !snap.contains(pagekeys::snapshot::gen)) {
         m_lastOk = false;
         return;
     }
@@ -421,26 +332,29 @@ void WebSurface::saveDocument(const QString& path)
         const QString temp = fi.absolutePath() + QStringLiteral("/.") + fi.fileName() + QLatin1Char('.') +
                              QString::number(QCoreApplication::applicationPid()) + QStringLiteral(".tmp");
         QString error;
-        if (!fileio::atomicReplace(path, snap.value(QStringLiteral("html")).toString().toUtf8(), temp, &error)) {
+        if (!fileio::atomicReplace(path, snap.value(pagekeys::snapshot::html).toString().toUtf8(), temp, &error)) {
             qWarning("WebSurface: %s", qPrintable(error));
             m_lastOk = false;
         }
     }
-    runScript(QStringLiteral("window.__q.clean(%1)").arg(snap.value(QStringLiteral("gen")).toLongLong()));
+    runScript(agentCall("clean", {snap.value(pagekeys::snapshot::gen)}));
 }
 
 void WebSurface::setBrowseMode(bool on)
 {
     m_browse = on;
-    runScript(QStringLiteral("window.__q.setEditable(%1)").arg(on ? "false" : "true"));
+    runScript(agentCall("setEditable", {!on}));
 }
 
 void WebSurface::pageMessage(const QString& message)
 {
-    if (message == kDisplayNote)
+    if (!message.startsWith(kNoteMark))
+        return;
+    const QStringView note = QStringView(message).mid(1);
+    if (note == pagekeys::notes::display)
         emit displayChanged();
-    else if (message.startsWith(kLinkNote))
-        emit linkClicked(message.mid(kLinkNote.size()));
+    else if (note.startsWith(pagekeys::notes::link))
+        emit linkClicked(note.mid(pagekeys::notes::link.size()).toString());
 }
 
 int WebSurface::find(const QString& text, QWebEnginePage::FindFlags flags)

@@ -1,6 +1,6 @@
 #pragma once
 // The editing surface of the desktop program: a web page whose BODY is
-// contenteditable. A small agent script lives in the page (in an isolated
+// contenteditable. A small agent script (app/js) lives in the page (in an isolated
 // script world, so page content can run no script of its own) and does what
 // must happen inside it; C++ talks to it through runJavaScript and waits for
 // the answer in a local event loop.

@@ -1,6 +1,10 @@
 // Opening a large book and saving one topic, against plain tools on the same
 // files; and the peak memory of opening.
 //   bench_session [PROJECT.qly]   (default: a generated 20 x 500 x 2 book)
+//   bench_session --one-chapter [N ...]
+//       one chapter of N topics (default 12500 and 50000): opening and one
+//       save per size, and how the time grows from the first size to the last
+//       (linear: as the sizes; target under 2 s for 50,000 topics)
 #include "booktree.h"
 #include "cproject.h"
 #include "generator.h"
@@ -88,6 +92,90 @@ void openOnly(const QString& project)
 }
 }
 
+namespace {
+// Opening and one save in a project of one flat chapter of each size.
+int oneChapter(const QStringList& sizesArg)
+{
+    std::vector<int> sizes;
+    for (const QString& a : sizesArg)
+        sizes.push_back(a.toInt());
+    if (sizes.empty())
+        sizes = {12500, 50000};
+    struct Figures {
+        int topics;
+        double open, save;
+    };
+    std::vector<Figures> figures;
+    for (int topics : sizes) {
+        QTemporaryDir tmp;
+        GeneratorOptions o;
+        o.chapters = 1;
+        o.topicsPerChapter = topics;
+        o.topicsPerSub = 0;
+        std::printf("Generating 1 chapter x %d topics x 2 languages...\n", topics);
+        std::fflush(stdout);
+        const QString project = generateProject(tmp.path(), QStringLiteral("one"), o);
+        ScriptedMsgBox box;
+        int nodes = 0;
+        // What "quillary tree" does: load the project file, build the tree.
+        double open = timeIt(
+            [&] {
+                cProject p(box);
+                p.Load(project);
+                setCurrentLanguage(p.GetMainLangAbbrev());
+                BookTree tree;
+                buildBookTree(p, tree, box);
+                nodes = tree.Count();
+            },
+            3);
+
+        FakeSurface surface;
+        Session session(box, surface);
+        box.setDefault(MsgAnswer::Yes);
+        session.startUp(QString());
+        session.openProject(project);
+        NodePtr target = session.tree().FindKey(QStringLiteral("topic%1").arg(topics / 2));
+        double save = -1;
+        if (target) {
+            session.clickOnTopic(target);
+            int round = 0;
+            save = timeIt(
+                [&] {
+                    surface.userEdit(QStringLiteral("<h1>") + target->Text +
+                                     QStringLiteral("</h1><p>Edited text, round %1.</p>").arg(++round));
+                    session.mnuSave();
+                },
+                3);
+        }
+        session.closeProject();
+        qint64 bytes = 0;
+        {
+            cProject p(box);
+            p.Load(project);
+            for (const QString& f : p.chapterFileList())
+                bytes += QFileInfo(f).size();
+        }
+        std::printf("%d topics (%d nodes, chapter %.1f MB): open %.1f ms, save one topic %.1f ms\n", topics, nodes,
+                    bytes / 1048576.0, open, save);
+        if (!box.texts().isEmpty())
+            std::printf("Boxes shown: %s\n", box.texts().join(QStringLiteral(" | ")).left(300).toUtf8().constData());
+        figures.push_back({topics, open, save});
+    }
+    const Figures& a = figures.front();
+    const Figures& b = figures.back();
+    if (figures.size() > 1)
+        std::printf("Growth from %d to %d topics (x%.1f): open x%.2f, save x%.2f (linear: x%.1f, quadratic: x%.1f)\n",
+                    a.topics, b.topics, double(b.topics) / a.topics, b.open / a.open, b.save / a.save,
+                    double(b.topics) / a.topics, double(b.topics) * b.topics / (double(a.topics) * a.topics));
+    bool ok = true;
+    for (const Figures& f : figures)
+        if (f.topics >= 50000 && f.open >= 2000)
+            ok = false;
+    std::printf("Opening 50,000 topics under 2 s: %s\n", ok ? "yes" : "NO");
+    return ok ? 0 : 1;
+}
+}
+
 int main(int argc, char** argv)
 {
     QCoreApplication app(argc, argv);
@@ -97,6 +185,8 @@ int main(int argc, char** argv)
         openOnly(args[2]);
         return 0;
     }
+    if (args.size() >= 2 && args[1] == QLatin1String("--one-chapter"))
+        return oneChapter(args.mid(2));
 
     QTemporaryDir tmp;
     QString project;

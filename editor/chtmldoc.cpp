@@ -60,6 +60,30 @@ int32_t divideHalfEven(int64_t numerator, int64_t denominator)
     return int32_t(q);
 }
 
+bool isAllowedAddress(const QString& address)
+{
+    QString a;
+    a.reserve(address.size());
+    for (QChar c : address)
+        if (c != QLatin1Char('\t') && c != QLatin1Char('\n') && c != QLatin1Char('\r'))
+            a += c;
+    qsizetype start = 0;
+    while (start < a.size() && a[start].unicode() <= 0x20)
+        ++start;
+    a = a.mid(start);
+    // A scheme is what stands before the first colon, when no "/", "?" or
+    // "#" comes first; without one the address is relative (or an id).
+    qsizetype colon = a.indexOf(QLatin1Char(':'));
+    if (colon < 0)
+        return true;
+    for (qsizetype i = 0; i < colon; ++i)
+        if (a[i] == QLatin1Char('/') || a[i] == QLatin1Char('?') || a[i] == QLatin1Char('#'))
+            return true;
+    const QString scheme = a.left(colon).toLower();
+    return scheme == QLatin1String("http") || scheme == QLatin1String("https") ||
+           scheme == QLatin1String("mailto") || scheme == QLatin1String("ftp");
+}
+
 QString columnWidth(int32_t value, int32_t mean, int32_t half)
 {
     if (value < half)
@@ -148,7 +172,9 @@ void cHTMLDoc::walkChild(xmlNode* child, ConversionSink& target)
         target.SendElem(open + 1);
     };
 
-    if (tag == QLatin1String("DIV") || tag == QLatin1String("EM") || tag == QLatin1String("TBODY")) {
+    if (tag == QLatin1String("DIV") || tag == QLatin1String("EM") || tag == QLatin1String("TBODY") ||
+        tag == QLatin1String("B") || tag == QLatin1String("I") || tag == QLatin1String("SPAN")) {
+        // Pasted formatting has no element of its own: its text stays.
         walkHTML(child, target);
     } else if (tag == QLatin1String("H1")) {
         wrap(ev::Title);
@@ -180,7 +206,7 @@ void cHTMLDoc::walkChild(xmlNode* child, ConversionSink& target)
             walkHTML(child, target);
         } else if (!href.isEmpty()) {
             target.SendElem(ev::Link);
-            target.SendAttrib(at::Ref, mCommon::stripFileURL(href, baseDocURL));
+            target.SendAttrib(at::Ref, checkedAddress(mCommon::stripFileURL(href, baseDocURL)));
             walkHTML(child, target);
             target.SendElem(ev::LinkEnd);
         }
@@ -240,7 +266,7 @@ void cHTMLDoc::imageRule(xmlNode* p, ConversionSink& target)
     if (!img)
         return;
     target.SendElem(ev::Image);
-    target.SendAttrib(at::File, mCommon::stripFileURL(getAttribute(img, "src"), baseDocURL));
+    target.SendAttrib(at::File, checkedAddress(mCommon::stripFileURL(getAttribute(img, "src"), baseDocURL)));
     target.SendAttrib(at::Format, getAttribute(img, "alt"));
     target.SendAttrib(at::Scale, getAttribute(img, "scale"));
     transidRule(img, target);
@@ -251,11 +277,37 @@ void cHTMLDoc::imageRule(xmlNode* p, ConversionSink& target)
     target.SendElem(ev::ImageEnd);
 }
 
+QString cHTMLDoc::checkedAddress(const QString& address)
+{
+    if (isAllowedAddress(address))
+        return address;
+    m_refused << address;
+    return QString(); // never stored: the save is refused
+}
+
 void cHTMLDoc::tableRule(xmlNode* p, ConversionSink& target)
 {
     xmlNode* table = findChildByTag(p, "TABLE");
     if (!table)
         return;
+    // A table inside a cell counts its own rows and columns; those of the
+    // table around it go on afterwards.
+    struct Outer {
+        ConversionState& state;
+        int16_t cells, rows;
+        std::vector<cLong> columns;
+        int32_t text;
+        ~Outer()
+        {
+            state.cellCounter = cells;
+            state.rowCounter = rows;
+            state.columnLengths = std::move(columns);
+            state.textLength = text;
+        }
+    } outer{m_state, m_state.cellCounter, m_state.rowCounter, std::move(m_state.columnLengths),
+            m_state.textLength};
+    m_state.columnLengths.clear();
+    m_state.cellCounter = 0;
     m_state.rowCounter = 0;
     target.SendElem(ev::Table);
     const QString border = getAttribute(table, "border");

@@ -6,6 +6,7 @@
 #include "holders.h"
 
 #include <QString>
+#include <QStringList>
 
 #include <libxml/tree.h>
 
@@ -32,6 +33,10 @@ public:
     void SendAttrib(int32_t code, const QString& value) override;
     void SendText(const QString& text) override;
 
+    // Link and image addresses of the walk that isAllowedAddress refused;
+    // a conversion with any of them must not be saved.
+    const QStringList& refusedAddresses() const { return m_refused; }
+
 private:
     struct ConversionState {
         int16_t cellCounter = 0;
@@ -51,6 +56,7 @@ private:
     void tableRule(xmlNode* p, ConversionSink& target);
     void cellRule(xmlNode* td, ConversionSink& target);
     void noticeRule(xmlNode* dd, ConversionSink& target);
+    QString checkedAddress(const QString& address);
     static xmlNode* findChildByTag(xmlNode* node, const char* tagName);
 
     xmlNode* append(const char* name);
@@ -64,7 +70,15 @@ private:
     xmlNode* m_current = nullptr;
     bool m_docSet = false;
     ConversionState m_state;
+    QStringList m_refused;
 };
+
+// Whether a link or image address may be stored: http, https, mailto and
+// ftp addresses, relative paths and topic or anchor ids. Anything with
+// another scheme (javascript:, vbscript:, data:, file: ...) is refused, as a
+// browser reads it: tabs and line breaks anywhere and leading control
+// characters and blanks do not count, letter case does not matter.
+bool isAllowedAddress(const QString& address);
 
 // The relative width of a column from its mean text length, against the mean
 // and half of the mean of all columns: "1*", "2*", "5*" or "10*".

@@ -1,41 +1,44 @@
 #include "editrules.h"
 
+#include "pagekeys.h"
+
 #include <QRegularExpression>
 
 namespace editrules {
 
 namespace {
 
-QString str(const QVariantMap& m, const char* key)
+QString str(const QVariantMap& m, const QString& key)
 {
-    return m.value(QLatin1String(key)).toString();
+    return m.value(key).toString();
 }
 
 Node nodeFrom(const QVariantMap& m)
 {
+    namespace K = pagekeys::node;
     Node n;
-    n.ref = m.value(QStringLiteral("ref"), -1).toInt();
-    n.tag = str(m, "tag").toUpper();
-    n.title = str(m, "title");
-    n.cls = str(m, "cls");
-    n.name = str(m, "name");
-    n.href = str(m, "href");
-    n.target = str(m, "target");
-    n.align = str(m, "align");
-    n.border = str(m, "border");
-    n.childCount = m.value(QStringLiteral("children")).toInt();
-    n.empty = m.value(QStringLiteral("empty")).toBool();
-    n.prev = str(m, "prev");
-    n.next = str(m, "next");
-    n.nextTag = str(m, "nextTag");
-    n.nextTitle = str(m, "nextTitle");
-    n.next2Tag = str(m, "next2Tag");
-    n.next2Title = str(m, "next2Title");
-    n.firstChild = str(m, "first");
-    n.text = str(m, "text");
-    n.namedAnchors = m.value(QStringLiteral("anchors")).toInt();
-    n.hasImg = m.value(QStringLiteral("hasImg")).toBool();
-    n.hasTable = m.value(QStringLiteral("hasTable")).toBool();
+    n.ref = m.value(K::ref, -1).toInt();
+    n.tag = str(m, K::tag).toUpper();
+    n.title = str(m, K::title);
+    n.cls = str(m, K::cls);
+    n.name = str(m, K::name);
+    n.href = str(m, K::href);
+    n.target = str(m, K::target);
+    n.align = str(m, K::align);
+    n.border = str(m, K::border);
+    n.childCount = m.value(K::children).toInt();
+    n.empty = m.value(K::empty).toBool();
+    n.prev = str(m, K::prev);
+    n.next = str(m, K::next);
+    n.nextTag = str(m, K::nextTag);
+    n.nextTitle = str(m, K::nextTitle);
+    n.next2Tag = str(m, K::next2Tag);
+    n.next2Title = str(m, K::next2Title);
+    n.firstChild = str(m, K::first);
+    n.text = str(m, K::text);
+    n.namedAnchors = m.value(K::anchors).toInt();
+    n.hasImg = m.value(K::hasImg).toBool();
+    n.hasTable = m.value(K::hasTable).toBool();
     return n;
 }
 
@@ -99,43 +102,45 @@ int Facts::walkUp(std::initializer_list<const char*> tags) const
 
 Facts factsFromVariant(const QVariant& v)
 {
+    namespace K = pagekeys::facts;
+    namespace T = pagekeys::table;
     Facts f;
     const QVariantMap m = v.toMap();
-    if (!m.value(QStringLiteral("ok")).toBool())
+    if (!m.value(K::ok).toBool())
         return f;
     f.valid = true;
-    f.editable = m.value(QStringLiteral("editable")).toBool();
-    f.hasSelection = m.value(QStringLiteral("hasSel")).toBool();
-    f.selType = str(m, "selType");
+    f.editable = m.value(K::editable).toBool();
+    f.hasSelection = m.value(K::hasSel).toBool();
+    f.selType = str(m, K::selType);
     if (f.selType.isEmpty())
         f.selType = QStringLiteral("None");
-    for (const QVariant& c : m.value(QStringLiteral("chain")).toList())
+    for (const QVariant& c : m.value(K::chain).toList())
         f.chain.push_back(nodeFrom(c.toMap()));
-    const QVariantMap kids = m.value(QStringLiteral("kids")).toMap();
+    const QVariantMap kids = m.value(K::kids).toMap();
     for (auto it = kids.begin(); it != kids.end(); ++it) {
         std::vector<Node> list;
         for (const QVariant& c : it.value().toList())
             list.push_back(nodeFrom(c.toMap()));
         f.children[it.key().toInt()] = std::move(list);
     }
-    f.bold = m.value(QStringLiteral("bold")).toBool();
-    f.underline = m.value(QStringLiteral("underline")).toBool();
-    f.canUndo = m.value(QStringLiteral("canUndo")).toBool();
-    f.canRedo = m.value(QStringLiteral("canRedo")).toBool();
-    f.pasteRequested = m.value(QStringLiteral("pasteRequested")).toBool();
-    f.selText = str(m, "selText");
-    const QVariantMap t = m.value(QStringLiteral("table")).toMap();
+    f.bold = m.value(K::bold).toBool();
+    f.underline = m.value(K::underline).toBool();
+    f.canUndo = m.value(K::canUndo).toBool();
+    f.canRedo = m.value(K::canRedo).toBool();
+    f.pasteRequested = m.value(K::pasteRequested).toBool();
+    f.selText = str(m, K::selText);
+    const QVariantMap t = m.value(K::table).toMap();
     if (!t.isEmpty()) {
         f.table.present = true;
-        f.table.tableRef = t.value(QStringLiteral("tableRef"), -1).toInt();
-        f.table.wrapperRef = t.value(QStringLiteral("wrapperRef"), -1).toInt();
-        f.table.border = str(t, "border");
-        f.table.row = t.value(QStringLiteral("row"), -1).toInt();
-        f.table.col = t.value(QStringLiteral("col"), -1).toInt();
-        for (const QVariant& r : t.value(QStringLiteral("rows")).toList()) {
+        f.table.tableRef = t.value(T::tableRef, -1).toInt();
+        f.table.wrapperRef = t.value(T::wrapperRef, -1).toInt();
+        f.table.border = str(t, T::border);
+        f.table.row = t.value(T::row, -1).toInt();
+        f.table.col = t.value(T::col, -1).toInt();
+        for (const QVariant& r : t.value(T::rows).toList()) {
             const QVariantMap rm = r.toMap();
-            f.table.rows.push_back({rm.value(QStringLiteral("cells")).toInt(),
-                                    rm.value(QStringLiteral("header")).toBool()});
+            f.table.rows.push_back({rm.value(pagekeys::row::cells).toInt(),
+                                    rm.value(pagekeys::row::header).toBool()});
         }
     }
     return f;
@@ -357,9 +362,9 @@ QString blockFormat(const Facts& f)
 QVariantMap op(const QString& name, int ref, const QVariantMap& args)
 {
     QVariantMap m = args;
-    m.insert(QStringLiteral("op"), name);
+    m.insert(pagekeys::command::op, name);
     if (ref >= 0)
-        m.insert(QStringLiteral("ref"), ref);
+        m.insert(pagekeys::command::ref, ref);
     return m;
 }
 
@@ -373,7 +378,7 @@ Plan repairPlan(const Facts& f)
 
     // 1. FONT, and the styled SPAN the surface makes when it joins blocks.
     if (isAny(e, {"FONT", "SPAN"})) {
-        p.ops << op(QStringLiteral("strip"), e->ref);
+        p.ops << op(pagekeys::ops::strip, e->ref);
         p.rule = QStringLiteral("font");
         return p;
     }
@@ -381,7 +386,7 @@ Plan repairPlan(const Facts& f)
     if (is(e, "U")) {
         const Node* u = is(parent, "STRONG") ? parent : e;
         if (!u->prev.isEmpty()) {
-            p.ops << op(QStringLiteral("unheader"), u->ref);
+            p.ops << op(pagekeys::ops::unheader, u->ref);
             p.rule = QStringLiteral("header");
             return p;
         }
@@ -395,12 +400,12 @@ Plan repairPlan(const Facts& f)
         wrap = parent;
     if (wrap && wrap->empty) {
         if (wrap->title == QLatin1String("image") && !wrap->hasImg) {
-            p.ops << op(QStringLiteral("blankWrapper"), wrap->ref);
+            p.ops << op(pagekeys::ops::blankWrapper, wrap->ref);
             p.rule = QStringLiteral("imageEnter");
             return p;
         }
         if (wrap->title == QLatin1String("table") && !wrap->hasTable) {
-            p.ops << op(QStringLiteral("blankWrapper"), wrap->ref);
+            p.ops << op(pagekeys::ops::blankWrapper, wrap->ref);
             p.rule = QStringLiteral("tableEnter");
             return p;
         }
@@ -408,20 +413,20 @@ Plan repairPlan(const Facts& f)
     // 5, 6. A caption whose image or table is gone.
     if (is(e, "EM") && is(parent, "P")) {
         if (e->title == QLatin1String("image") && (e->prev.isEmpty() || !parent->hasImg)) {
-            p.ops << op(QStringLiteral("captionToP"), parent->ref, {{QStringLiteral("em"), e->ref}});
+            p.ops << op(pagekeys::ops::captionToP, parent->ref, {{pagekeys::args::em, e->ref}});
             p.rule = QStringLiteral("imageGone");
             return p;
         }
         if (e->title == QLatin1String("table") && (e->prev.isEmpty() || !parent->hasTable)) {
-            p.ops << op(QStringLiteral("captionToP"), parent->ref, {{QStringLiteral("em"), e->ref}});
+            p.ops << op(pagekeys::ops::captionToP, parent->ref, {{pagekeys::args::em, e->ref}});
             p.rule = QStringLiteral("tableGone");
             return p;
         }
     }
     // 7. Something behind a caption is taken back.
     if (is(e, "EM") && is(parent, "P") && !e->next.isEmpty()) {
-        p.ops << op(QStringLiteral("undo"), -1, {{QStringLiteral("fallback"), QStringLiteral("behindCaption")},
-                                                 {QStringLiteral("em"), e->ref}});
+        p.ops << op(pagekeys::ops::undo, -1, {{pagekeys::args::fallback, pagekeys::fallbacks::behindCaption},
+                                                 {pagekeys::args::em, e->ref}});
         p.undo = true;
         p.rule = QStringLiteral("behindCaption");
         return p;
@@ -440,12 +445,12 @@ bool placeholder(const Node& child, const std::vector<Node>& siblings, const Nod
 
 void strip(Plan& p, const Node& n)
 {
-    p.ops << op(QStringLiteral("strip"), n.ref);
+    p.ops << op(pagekeys::ops::strip, n.ref);
 }
 
 void drop(Plan& p, const Node& n)
 {
-    p.ops << op(QStringLiteral("drop"), n.ref);
+    p.ops << op(pagekeys::ops::drop, n.ref);
 }
 
 bool named(const Node& n)
@@ -476,7 +481,7 @@ Plan contentPlan(const Facts& f, bool undoFlag)
         for (const Node& k : *kids) {
             if (k.tag == QLatin1String("P")) {
                 if (k.namedAnchors > 0)
-                    p.ops << op(QStringLiteral("stripNamedAnchorsIn"), k.ref);
+                    p.ops << op(pagekeys::ops::stripNamedAnchorsIn, k.ref);
                 strip(p, k);
             } else if (named(k) || tagIn(k, stripped)) {
                 strip(p, k);
@@ -507,11 +512,11 @@ Plan contentPlan(const Facts& f, bool undoFlag)
         for (const Node& k : *kids) {
             if (k.tag == QLatin1String("P")) {
                 if (k.namedAnchors > 0)
-                    p.ops << op(QStringLiteral("stripNamedAnchorsIn"), k.ref);
+                    p.ops << op(pagekeys::ops::stripNamedAnchorsIn, k.ref);
                 if (k.title == QLatin1String("table") || (!k.title.isEmpty() && k.childCount == 1))
                     drop(p, k);
             } else if (tagIn(k, {"UL", "OL", "DL"})) {
-                p.ops << op(QStringLiteral("stripItemsIn"), k.ref);
+                p.ops << op(pagekeys::ops::stripItemsIn, k.ref);
                 strip(p, k);
             } else if (named(k) || tagIn(k, {"LI", "EM", "DD"})) {
                 strip(p, k);
@@ -529,8 +534,8 @@ Plan contentPlan(const Facts& f, bool undoFlag)
         const QString rule = p.rule;
         const QVariantList repair = p.ops;
         p = Plan();
-        p.ops << op(QStringLiteral("undo"), -1, {{QStringLiteral("fallback"), QStringLiteral("ops")},
-                                                 {QStringLiteral("ops"), repair}});
+        p.ops << op(pagekeys::ops::undo, -1, {{pagekeys::args::fallback, pagekeys::fallbacks::ops},
+                                                 {pagekeys::args::ops, repair}});
         p.undo = true;
         p.rule = rule;
         return p;
@@ -672,7 +677,7 @@ Plan mergeSplitTable(const Facts& f)
         return p;
     if (n->nextTag == QLatin1String("P") && n->nextTitle == QLatin1String("table") &&
         n->next2Tag == QLatin1String("P") && n->next2Title == QLatin1String("table")) {
-        p.ops << op(QStringLiteral("mergeSplitTable"), n->ref);
+        p.ops << op(pagekeys::ops::mergeSplitTable, n->ref);
         p.rule = QStringLiteral("mergeSplitTable");
     }
     return p;
@@ -688,10 +693,10 @@ Plan outputToggle(const Facts& f, const QString& value)
         return p;
     const Node& n = f.chain[size_t(i)];
     if (n.cls == value)
-        p.ops << op(QStringLiteral("removeAttr"), n.ref, {{QStringLiteral("name"), QStringLiteral("class")}});
+        p.ops << op(pagekeys::ops::removeAttr, n.ref, {{pagekeys::args::name, QStringLiteral("class")}});
     else
-        p.ops << op(QStringLiteral("setAttr"), n.ref,
-                    {{QStringLiteral("name"), QStringLiteral("class")}, {QStringLiteral("value"), value}});
+        p.ops << op(pagekeys::ops::setAttr, n.ref,
+                    {{pagekeys::args::name, QStringLiteral("class")}, {pagekeys::args::value, value}});
     p.record = true;
     return p;
 }
@@ -703,8 +708,8 @@ Plan alignPlan(const Facts& f, const QString& value)
     const int i = f.walkUp({"TD"});
     if (i < 0)
         return p;
-    p.ops << op(QStringLiteral("setAttr"), f.chain[size_t(i)].ref,
-                {{QStringLiteral("name"), QStringLiteral("align")}, {QStringLiteral("value"), value}});
+    p.ops << op(pagekeys::ops::setAttr, f.chain[size_t(i)].ref,
+                {{pagekeys::args::name, QStringLiteral("align")}, {pagekeys::args::value, value}});
     p.record = true;
     return p;
 }
@@ -730,12 +735,12 @@ Plan insertRowPlan(const Facts& f)
     if (!inTable(f) || f.table.rows[size_t(f.table.row)].header)
         return p;
     // A new row goes above the current one, with as many cells.
-    p.ops << op(QStringLiteral("insertRow"), f.table.tableRef,
-                {{QStringLiteral("index"), f.table.row},
-                 {QStringLiteral("cells"), f.table.rows[size_t(f.table.row)].cells},
-                 {QStringLiteral("cellClass"), cellClass(f.table)},
-                 {QStringLiteral("caretRow"), f.table.row + 1},
-                 {QStringLiteral("caretCol"), f.table.col}});
+    p.ops << op(pagekeys::ops::insertRow, f.table.tableRef,
+                {{pagekeys::args::index, f.table.row},
+                 {pagekeys::args::cells, f.table.rows[size_t(f.table.row)].cells},
+                 {pagekeys::args::cellClass, cellClass(f.table)},
+                 {pagekeys::args::caretRow, f.table.row + 1},
+                 {pagekeys::args::caretCol, f.table.col}});
     p.record = true;
     return p;
 }
@@ -746,13 +751,13 @@ Plan deleteRowPlan(const Facts& f)
     if (!inTable(f))
         return p;
     if (f.table.rows.size() <= 1) {
-        p.ops << op(QStringLiteral("removeObject"), f.table.wrapperRef >= 0 ? f.table.wrapperRef : f.table.tableRef);
+        p.ops << op(pagekeys::ops::removeObject, f.table.wrapperRef >= 0 ? f.table.wrapperRef : f.table.tableRef);
     } else {
         const int next = f.table.row + 1 < int(f.table.rows.size()) ? f.table.row : f.table.row - 1;
-        p.ops << op(QStringLiteral("deleteRow"), f.table.tableRef,
-                    {{QStringLiteral("index"), f.table.row},
-                     {QStringLiteral("caretRow"), next},
-                     {QStringLiteral("caretCol"), f.table.col}});
+        p.ops << op(pagekeys::ops::deleteRow, f.table.tableRef,
+                    {{pagekeys::args::index, f.table.row},
+                     {pagekeys::args::caretRow, next},
+                     {pagekeys::args::caretCol, f.table.col}});
     }
     p.record = true;
     return p;
@@ -764,11 +769,11 @@ Plan insertColumnPlan(const Facts& f)
     if (!inTable(f))
         return p;
     // A new column goes left of the current one, in every row.
-    p.ops << op(QStringLiteral("insertColumn"), f.table.tableRef,
-                {{QStringLiteral("index"), f.table.col},
-                 {QStringLiteral("cellClass"), cellClass(f.table)},
-                 {QStringLiteral("caretRow"), f.table.row},
-                 {QStringLiteral("caretCol"), f.table.col + 1}});
+    p.ops << op(pagekeys::ops::insertColumn, f.table.tableRef,
+                {{pagekeys::args::index, f.table.col},
+                 {pagekeys::args::cellClass, cellClass(f.table)},
+                 {pagekeys::args::caretRow, f.table.row},
+                 {pagekeys::args::caretCol, f.table.col + 1}});
     p.record = true;
     return p;
 }
@@ -782,13 +787,13 @@ Plan deleteColumnPlan(const Facts& f)
     for (const auto& r : f.table.rows)
         widest = std::max(widest, r.cells);
     if (widest <= 1) {
-        p.ops << op(QStringLiteral("removeObject"), f.table.wrapperRef >= 0 ? f.table.wrapperRef : f.table.tableRef);
+        p.ops << op(pagekeys::ops::removeObject, f.table.wrapperRef >= 0 ? f.table.wrapperRef : f.table.tableRef);
     } else {
         const int next = f.table.col + 1 < f.table.rows[size_t(f.table.row)].cells ? f.table.col : f.table.col - 1;
-        p.ops << op(QStringLiteral("deleteColumn"), f.table.tableRef,
-                    {{QStringLiteral("index"), f.table.col},
-                     {QStringLiteral("caretRow"), f.table.row},
-                     {QStringLiteral("caretCol"), std::max(next, 0)}});
+        p.ops << op(pagekeys::ops::deleteColumn, f.table.tableRef,
+                    {{pagekeys::args::index, f.table.col},
+                     {pagekeys::args::caretRow, f.table.row},
+                     {pagekeys::args::caretCol, std::max(next, 0)}});
     }
     p.record = true;
     return p;

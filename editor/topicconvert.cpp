@@ -42,6 +42,10 @@ QString errorWindow(const QString& text, int line, int column)
     return QString::fromUcs4(reinterpret_cast<const char32_t*>(window.constData()), window.size());
 }
 
+// Why the last conversion was refused; the validation that follows a
+// conversion reports it.
+thread_local QString t_refusal;
+
 } // namespace
 
 QString topicToBodyHTML(const QString& topicXml, MsgBox& box)
@@ -69,7 +73,19 @@ QString bodyHTMLToTopic(const QString& bodyHtml, const QString& baseURL, const c
     cHTMLDoc html(box);
     html.SetDoc(page.get());
     html.baseDocURL = baseURL;
+    t_refusal.clear();
     html.StartParsing(xml);
+    if (!html.refusedAddresses().isEmpty()) {
+        // A script address never reaches a file: the topic is not converted.
+        QStringList quoted;
+        for (const QString& a : html.refusedAddresses())
+            quoted << QLatin1Char('"') + a + QLatin1Char('"');
+        t_refusal = QStringLiteral("Topic is not valid! Please rewrite or delete problem part.\r\n\r\n") +
+                    QStringLiteral("Links and images may only use http, https, mailto or ftp addresses, "
+                                   "relative paths and topic ids. Not allowed: ") +
+                    quoted.join(QStringLiteral(", ")) + QStringLiteral("\r\n\r\nThe topic was not saved.");
+        return {};
+    }
     return xml.xmlOutput();
 }
 
@@ -105,6 +121,10 @@ bool topicTitleFromBody(const QString& bodyHtml, QString& title)
 bool validateTopic(const QString& topicXml, QString& message)
 {
     message.clear();
+    if (topicXml.isEmpty() && !t_refusal.isEmpty()) {
+        message = t_refusal;
+        return false;
+    }
     const QString text = topicValidationText(topicXml);
     xmlsafe::XmlError error;
     xmlsafe::EntityScope none(QStringList{});

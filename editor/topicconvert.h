@@ -15,7 +15,8 @@ class cTopic;
 void TopicToEditor(const QString& topicXml, EditSurface& surface, MsgBox& box);
 
 // Converts the surface's body back to single-language topic XML for the topic
-// record (ID, Stamp, State, index are read from it).
+// record (ID, Stamp, State, index are read from it). A link or image address
+// that isAllowedAddress refuses gives "" (validateTopic then says why).
 QString EditorToTopic(EditSurface& surface, const cTopic& topic, MsgBox& box);
 
 // Save steps 1 and 2: the body must begin with an H1 that has content; the

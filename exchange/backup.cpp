@@ -91,8 +91,11 @@ int countFiles(const QString& files)
 bool writeBackup(const QString& files, const QString& zipPath, const QString& baseFolder, Progress& progress,
                  MsgBox& box, const QString& caption)
 {
-    auto fail = [&box] {
-        box.stop(kFailure);
+    // The known first line; which file and the system's reason follow.
+    QString error;
+    auto fail = [&box, &error, &zipPath] {
+        box.stop(kFailure + QStringLiteral("\r\n") +
+                 (error.isEmpty() ? QStringLiteral("Cannot write \"%1\".").arg(zipPath) : error));
         return false;
     };
     auto succeed = [&box, &caption] {
@@ -104,14 +107,16 @@ bool writeBackup(const QString& files, const QString& zipPath, const QString& ba
 
     // The old archive goes before anything else, so a failure leaves none.
     QFileInfo old(zipPath);
-    if ((old.exists() || old.isSymLink()) && !QFile::remove(zipPath))
+    if ((old.exists() || old.isSymLink()) && !QFile::remove(zipPath)) {
+        error = QStringLiteral("Cannot remove the old \"%1\".").arg(zipPath);
         return fail();
+    }
     if (files.isEmpty())
         return succeed();
 
     progress.start(countFiles(files));
     ziparchive::Writer writer;
-    if (!writer.create(zipPath))
+    if (!writer.create(zipPath, &error))
         return fail();
     for (const QString& entry : files.split(QLatin1Char(';'))) {
         if (entry.isEmpty())
@@ -120,11 +125,12 @@ bool writeBackup(const QString& files, const QString& zipPath, const QString& ba
         const QString name = nameFor(entry, baseFolder);
         // Whatever is neither file nor folder goes to the archive as a file,
         // and the archive refuses it.
-        const bool ok = !fi.isFile() && fi.isDir() ? writer.addFolder(entry, name) : writer.addFile(entry, name);
+        const bool ok = !fi.isFile() && fi.isDir() ? writer.addFolder(entry, name, &error)
+                                                    : writer.addFile(entry, name, &error);
         if (!ok)
             return fail();
     }
-    if (!writer.close([&progress] { progress.step(); }))
+    if (!writer.close([&progress] { progress.step(); }, &error))
         return fail();
     return succeed();
 }

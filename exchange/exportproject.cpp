@@ -199,7 +199,9 @@ bool ProjectExport::run(const BookTree& tree, Progress& progress)
     if (!preflight())
         return false;
     const QString comment = askComment ? askComment() : QString();
-    m_project.SetLock(newLockID(), mCommon::nowStamp(), comment);
+    // A lock that could not be written has been reported: nothing more.
+    if (!m_project.SetLock(newLockID(), mCommon::nowStamp(), comment))
+        return false;
     if (m_project.GetLockID().isEmpty()) {
         m_box.stop(QStringLiteral("Error! Export was not successfull!"));
         return false;

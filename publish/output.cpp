@@ -596,7 +596,10 @@ void cOutput::copyImages(const QString& docBookFile, const QString& outputFolder
         const QString A = QStringLiteral("/img/") + language;
         const QString B = QLatin1Char('/') + outputFolder + QStringLiteral("/img/") + language;
         for (const QString& source : images) {
-            if (!fileExists(source) || !source.startsWith(P))
+            // A link in the project may not publish a file from elsewhere, and
+            // only regular files are copied (a FIFO would stall the copy).
+            if (!fileExists(source) || !source.startsWith(P) || !xmlsafe::liesInside(source, P) ||
+                !QFileInfo(source).isFile())
                 continue;
             // Only the part below the project folder is mapped, and the copy
             // must land in the output's image folder: a folder name or a
@@ -611,7 +614,7 @@ void cOutput::copyImages(const QString& docBookFile, const QString& outputFolder
         }
         if (!cover.isEmpty()) {
             QString coverDisk = paths::toDisk(cover);
-            if (fileExists(coverDisk)) {
+            if (fileExists(coverDisk) && QFileInfo(coverDisk).isFile()) {
                 QString target = L + QLatin1Char('/') + fileNameOf(cover);
                 deleteFile(target);
                 if (!QFile::copy(coverDisk, target))

@@ -23,6 +23,7 @@
 #include <memory>
 #include <mutex>
 #include <thread>
+#include <unistd.h>
 
 namespace {
 
@@ -290,8 +291,12 @@ XsltResult runXslt(const XsltJob& job)
 
 bool imageSize(const QString& path, int& width, int& height)
 {
-    QFile f(path);
-    if (!f.open(QIODevice::ReadOnly))
+    // An image that is a FIFO or a device would stall the transformation.
+    int fd = xmlsafe::openRegularFile(path, nullptr);
+    if (fd < 0)
+        return false;
+    QFile f;
+    if (!f.open(fd, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle))
         return false;
     QByteArray h = f.read(64);
     auto u8 = [&](int i) { return i < h.size() ? int(uchar(h[i])) : 0; };

@@ -8,14 +8,22 @@
 #include "msgbox.h"
 #include "newproject.h"
 #include "paths.h"
+#include "projectlock.h"
 #include "surface.h"
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QStandardPaths>
 
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
 namespace {
 const QString kTempHtml = QStringLiteral("quillary_temp.html");
+const int kMarkWait = 1000; // ms
 
 const char* const kCommonButtons[] = {"New", "Open", "Save", "Undo", "Redo", "Copy", "Paste", "Cut", "Find"};
 const char* const kEditMenus[] = {"mnuSave", "mnuUndo", "mnuRedo", "mnuCopy", "mnuPaste", "mnuCut", "mnuFind",
@@ -182,9 +190,15 @@ void Session::resetWorkspace()
 void Session::closeProject()
 {
     QFile::remove(mCommon::getTempFolder() + kTempHtml);
-    if (!m_project.GetProjectFile().isEmpty())
+    if (!m_project.GetProjectFile().isEmpty()) {
+        // Marking takes two steps; under the lock no other process sees half.
+        // The mark is only a signal: a writer busy for long is not waited for.
+        ProjectLock lock(m_project.GetProjectFolder(), kMarkWait);
         fileio::setMarked(m_project.GetProjectFile(), false);
+    }
     m_open = false;
+    m_saveFailed = false;
+    m_writeRefusal.clear();
     setCurrentLanguage(QString());
     m_dropEnabled = true;
     m_view->setDropEnabled(true);
@@ -205,15 +219,40 @@ void Session::openProject(const QString& path)
     }
     if (fileio::isMarked(path)) {
         if (m_box.show(QStringLiteral("Project is used by other application or has not been closed correctly. "
-                                      "Are you sure, that project is not used by any application?"),
+                                      "Are you sure, that project is not used by any application?\r\n\r\n"
+                                      "Yes opens it anyway (on the command line: --yes)."),
                        MsgButtons::YesNo, MsgIcon::Question, kAppTitle) != MsgAnswer::Yes)
+            return;
+    }
+    {
+        // Checked before the open project is closed: a file that is no
+        // project leaves it open, and the message names the file.
+        cProject probe(m_box);
+        if (!probe.Load(path))
             return;
     }
     closeProject();
     if (!m_project.Load(path))
         return;
-    fileio::setMarked(m_project.GetProjectFile(), true);
+    // A file its owner made read-only is not the mark: it stays as it is.
+    if (fileio::isReadOnly(m_project.GetProjectFile()))
+        m_box.exclamation(QStringLiteral("The project file \"") + m_project.GetProjectFile() +
+                          QStringLiteral("\" is read-only (it has no write permission). It is not marked as in use, "
+                                         "its permissions are left as they are, and changes to the project file "
+                                         "itself are refused."));
+    else {
+        ProjectLock lock(m_project.GetProjectFolder(), kMarkWait);
+        fileio::setMarked(m_project.GetProjectFile(), true);
+    }
+    {
+        // What writers killed midway left behind; with the lock held nobody
+        // is writing now. A busy project is tidied next time.
+        ProjectLock lock(m_project.GetProjectFolder(), 0);
+        if (lock.ok())
+            fileio::removeStaleTemps(m_project.GetProjectFolder());
+    }
     m_open = true;
+    m_writeRefusal = unwritableReason();
     setCurrentLanguage(m_project.GetMainLangAbbrev());
     buildTree();
     enableByProjectState();
@@ -221,6 +260,12 @@ void Session::openProject(const QString& path)
     setCaption(QStringLiteral("Quillary Author - ") + path + QStringLiteral(" (") + currentLanguage() +
                QStringLiteral(")"));
     resetStatusBar();
+    if (!m_writeRefusal.isEmpty()) {
+        m_dropEnabled = false;
+        m_view->setDropEnabled(false);
+        m_box.exclamation(QStringLiteral("The project's files cannot be written:\r\n") + m_writeRefusal +
+                          QStringLiteral("\r\n\r\nTherefore, project is read-only."));
+    }
     if (isLocked()) {
         m_dropEnabled = false;
         m_view->setDropEnabled(false);
@@ -229,6 +274,23 @@ void Session::openProject(const QString& path)
                           m_project.GetLockDescription() +
                           QStringLiteral("\r\n\r\nTherefore, project is read-only."));
     }
+}
+
+QString Session::unwritableReason() const
+{
+    // What a save, an insert or a move replaces: the chapter files and the
+    // book file, through new files in the project folder. The project file
+    // alone is handled where it is written.
+    QStringList paths{m_project.GetProjectFolder(), m_project.getBookFile()};
+    paths << m_project.chapterFileList();
+    for (const QString& p : paths) {
+        if (p.isEmpty())
+            continue;
+        if (::access(QFile::encodeName(p).constData(), W_OK) != 0 && errno != ENOENT)
+            return QStringLiteral("\"") + QDir::toNativeSeparators(p) + QStringLiteral("\": ") +
+                   QString::fromLocal8Bit(std::strerror(errno));
+    }
+    return {};
 }
 
 void Session::createProject()
@@ -259,23 +321,37 @@ void Session::createProject()
     resetStatusBar();
 }
 
+bool Session::topicChanged()
+{
+    return m_saveFailed || m_surface.isDirty() || topicPropertiesChanged || topicStateChanged;
+}
+
 bool Session::askSaveTopic()
 {
     NodePtr node = shownTopic();
     if (!node)
         return false;
-    if (!m_surface.isDirty() && !topicPropertiesChanged && !topicStateChanged)
+    if (!topicChanged())
         return false;
     MsgAnswer a = m_box.show(QStringLiteral("Topic \"") + node->Text + QStringLiteral("\" has been changed. Save?"),
                              MsgButtons::YesNoCancel, MsgIcon::Exclamation, kAppTitle);
     if (a == MsgAnswer::Yes) {
-        // Flags first: a save that then refuses leaves the topic looking
-        // unchanged and the pending command goes on.
+        // Flags first: a save that then refuses by the topic's rules leaves
+        // the topic looking unchanged and the pending command goes on. A save
+        // that could not write keeps the topic changed and shown instead.
+        const bool props = topicPropertiesChanged, state = topicStateChanged;
         clearDirty();
         mnuSave();
+        if (m_saveFailed) {
+            topicPropertiesChanged = props;
+            topicStateChanged = state;
+            m_tree.Select(node);
+            return true;
+        }
         return false;
     }
     if (a == MsgAnswer::No) {
+        m_saveFailed = false;
         if (topicStateChanged) {
             // The toggle has just flipped State; the saved state is the other one.
             bool savedComplete = m_topic.State != QLatin1String("complete");
@@ -292,7 +368,7 @@ bool Session::askSaveTopic()
 bool Session::queryUnload()
 {
     NodePtr node = shownTopic();
-    if (node && m_surface.isDirty()) {
+    if (node && (m_surface.isDirty() || m_saveFailed)) {
         MsgAnswer a = m_box.show(QStringLiteral("Topic \"") + node->Text + QStringLiteral("\" has been changed. Save?"),
                                  MsgButtons::YesNoCancel, MsgIcon::Exclamation, kAppTitle);
         if (a == MsgAnswer::Cancel)
@@ -300,8 +376,12 @@ bool Session::queryUnload()
         if (a == MsgAnswer::Yes) {
             clearDirty();
             mnuSave();
+            // Text that did not reach the disk keeps the program open.
+            if (m_saveFailed)
+                return false;
         }
     }
+    m_saveFailed = false;
     closeProject();
     return true;
 }
@@ -317,6 +397,10 @@ void Session::enableByProjectState()
         setEnabled(QString::fromLatin1(m), !locked);
     for (const char* m : {"mnuImport", "mnuUnlock"})
         setEnabled(QString::fromLatin1(m), locked);
+    // Files that cannot be written: no command that writes them.
+    if (!readOnlyReason().isEmpty())
+        for (const char* m : {"mnuContextHelp", "mnuNewLanguage", "mnuExport", "mnuImport", "mnuUnlock"})
+            setEnabled(QString::fromLatin1(m), false);
     pushEnabling();
 }
 
@@ -333,7 +417,7 @@ void Session::readOnlyState()
 
 void Session::editState()
 {
-    if (isLocked())
+    if (isReadOnly())
         return;
     for (const char* b : kCommonButtons)
         setEnabled(QStringLiteral("tlbCommon:") + QString::fromLatin1(b), true);
@@ -344,7 +428,7 @@ void Session::editState()
 
 void Session::completeTopicState()
 {
-    if (isLocked())
+    if (isReadOnly())
         return;
     setEnabled(QStringLiteral("mnuSave"), true);
     setEnabled(QStringLiteral("tlbCommon:Save"), true);
@@ -372,7 +456,8 @@ void Session::mnuUnlock()
         return;
     if (!mCommon::checkFreeSpace(m_project.GetProjectFile(), m_box))
         return;
-    m_project.RemoveLock();
+    if (!m_project.RemoveLock())
+        return; // still locked; the message has been shown
     QString path = m_project.GetProjectFile();
     resetWorkspace();
     openProject(path);

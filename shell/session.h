@@ -69,6 +69,10 @@ public:
     MsgBox& box() { return m_box; }
     bool isOpen() const { return m_open; }
     bool isLocked() const;
+    // Locked by an export, or its files cannot be written: nothing that
+    // writes is offered. The reason names the file that cannot be written.
+    bool isReadOnly() const { return isLocked() || (m_open && !m_writeRefusal.isEmpty()); }
+    QString readOnlyReason() const { return m_open ? m_writeRefusal : QString(); }
     const Enabling& enabling() const { return m_enabling; }
     QString caption() const { return m_caption; }
     QString panel(int i) const { return m_panels[std::clamp(i, 1, 3) - 1]; }
@@ -86,8 +90,13 @@ public:
     void closeProject();
     void resetWorkspace();
     void createProject();
-    // The save prompt; true when the user cancelled.
+    // The save prompt; true when the user cancelled, or when the save the
+    // user asked for did not reach the disk (the topic stays shown and changed).
     bool askSaveTopic();
+    // Whether the shown topic differs from what is on disk: the surface's
+    // dirty flag, the two change flags, or a save that failed to write.
+    bool topicChanged();
+    bool saveFailed() const { return m_saveFailed; }
     void clearDirty();
     void showEmptyPage();
     static QString pageShell(const QString& online, const QString& print, const QString& anchor);
@@ -156,6 +165,7 @@ private:
     bool askTitle(const QString& caption, const QString& label, const QString& button, QString& text);
     QString newTopicText(const QString& id, const QString& title);
     QString extract(const QString& file, const QString& element, const QString& id);
+    QString unwritableReason() const;
     QString tempPath() const;
     QString tempPath2() const;
 
@@ -169,6 +179,11 @@ private:
     BookTree m_tree;
     cTreeView m_treeView;
     bool m_open = false;
+    // The last save of the shown topic did not reach the disk; the surface's
+    // own flag may have been cleared before it ran.
+    bool m_saveFailed = false;
+    // Why the open project's files cannot be written; empty when they can.
+    QString m_writeRefusal;
     QString m_caption;
     QString m_panels[3];
     int m_panelImage = 0;

@@ -71,7 +71,7 @@ void Session::detachChapterNode(const NodePtr& ch)
 
 bool Session::changeChapter(int action, QString xml, QString title, QString id)
 {
-    if (!m_open || isLocked())
+    if (!m_open || isReadOnly())
         return false;
     NodePtr ch = selectedChapter();
     if (!ch || (ch->Tag == QLatin1String("book") && action != 9))
@@ -93,11 +93,13 @@ bool Session::changeChapter(int action, QString xml, QString title, QString id)
         f.CutElement = QStringLiteral("subchapter");
         f.SubID = ch->Key;
         f.xmlIn.clear();
+        // The file first: a failed write leaves the tree as it was.
+        if (!rewriteChapter(chapterTitle, f))
+            return false;
         detachChapterNode(ch);
-        bool ok = rewriteChapter(chapterTitle, f);
         if (NodePtr sel = m_tree.SelectedItem())
             clickOnTopic(sel);
-        return ok;
+        return true;
     }
 
     // 7, 8, 9: insert a subchapter.
@@ -113,6 +115,8 @@ bool Session::changeChapter(int action, QString xml, QString title, QString id)
             return false;
         }
         id = m_project.getNewSubchapterID();
+        if (id.isEmpty())
+            return false; // the counter could not be written: shown already
         xml = QStringLiteral("<subchapter id=\"") + id + QStringLiteral("\">") +
               titlesText(m_project.languageList(), title) + QStringLiteral("</subchapter>");
     }
@@ -149,6 +153,8 @@ bool Session::insertChapterFile(int action)
     const QString text =
         QStringLiteral("<chapter>") + titlesText(m_project.languageList(), title) + QStringLiteral("</chapter>");
     const QString id = m_project.getNewChapterID();
+    if (id.isEmpty())
+        return false; // the counter could not be written: shown already
     const QString fileName = id + QStringLiteral(".xml");
     const QString path = m_project.GetProjectFolder() + fileName;
     QString error;
@@ -165,7 +171,15 @@ bool Session::insertChapterFile(int action)
         QFile::remove(path);
         return false;
     }
-    m_project.InsertChapter(title, id, fileName);
+    if (!m_project.InsertChapter(title, id, fileName)) {
+        // The book may not name a chapter the project file does not list.
+        cSAXBookHandler undo;
+        undo.NewChapterID = id;
+        undo.Command = 6;
+        if (rewriteBookFile(m_project, undo, m_box))
+            QFile::remove(path);
+        return false;
+    }
     NodePtr node = addChapterNode(m_tree, ch, action, QString(), title);
     if (!node)
         return false;
@@ -187,9 +201,9 @@ bool Session::removeChapterFile()
         notInProjectFile(title);
         return false;
     }
-    detachChapterNode(ch);
     if (!rewriteBookFile(m_project, h, m_box))
         return false;
+    detachChapterNode(ch);
     QFile::remove(file);
     m_project.RemoveChapter(title);
     if (NodePtr sel = m_tree.SelectedItem())
@@ -200,7 +214,7 @@ bool Session::removeChapterFile()
 void Session::mnuDeleteChapter()
 {
     NodePtr ch = selectedChapter();
-    if (!ch || ch->Tag != QLatin1String("chapter") || isLocked())
+    if (!ch || ch->Tag != QLatin1String("chapter") || isReadOnly())
         return;
     if (ch->ChildCount() > 0) {
         m_box.exclamation(QStringLiteral("Chapter \"") + ch->Text + QStringLiteral("\" is not empty and may be not deleted!"));
@@ -215,7 +229,7 @@ void Session::mnuDeleteChapter()
 void Session::mnuChapterProperties()
 {
     NodePtr ch = selectedChapter();
-    if (!ch || isLocked())
+    if (!ch || isReadOnly())
         return;
     if (isTopLevel(ch))
         editChapterProperties();
@@ -237,7 +251,7 @@ void Session::editChapterProperties()
 void Session::renameChapter(bool topLevel)
 {
     NodePtr ch = selectedChapter();
-    if (!ch || isLocked())
+    if (!ch || isReadOnly())
         return;
     const QString old = ch->Text;
     QString title = old;
@@ -276,7 +290,7 @@ void Session::renameChapter(bool topLevel)
 void Session::editBookProperties()
 {
     NodePtr root = m_tree.Root();
-    if (!m_open || !root || isLocked())
+    if (!m_open || !root || isReadOnly())
         return;
     cBookFile bf(m_box);
     if (!bf.Load(m_project.getBookFile()))
@@ -297,7 +311,7 @@ void Session::editBookProperties()
 void Session::mnuDeleteBook()
 {
     NodePtr root = m_tree.Root();
-    if (!root || isLocked())
+    if (!root || isReadOnly())
         return;
     if (root->ChildCount() > 0) {
         m_box.exclamation(QStringLiteral("Book is not empty and may be not deleted!"));

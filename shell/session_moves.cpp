@@ -7,6 +7,7 @@
 #include "filters.h"
 #include "mcommon.h"
 #include "msgbox.h"
+#include "projectlock.h"
 
 #include <QFile>
 
@@ -69,7 +70,7 @@ bool isBelowOrSame(const NodePtr& node, const NodePtr& ancestor)
 
 bool Session::canDrop(const NodePtr& source, const NodePtr& target) const
 {
-    if (!m_open || isLocked() || !source || !target || source == target)
+    if (!m_open || isReadOnly() || !source || !target || source == target)
         return false;
     if (source->Removed() || target->Removed())
         return false;
@@ -100,6 +101,12 @@ bool Session::dropNode(const NodePtr& source, const NodePtr& target)
     m_tree.Select(source);
     if (!mCommon::checkFreeSpace(m_project.GetProjectFile(), m_box))
         return false;
+    // A move reads and replaces one or two files: all of it under one lock.
+    ProjectLock lock(m_project.GetProjectFolder());
+    if (!lock.ok()) {
+        m_box.stop(lock.error());
+        return false;
+    }
 
     if (kindOf(source) == Kind::TopChapter) {
         cBookFile bf(m_box);
@@ -189,7 +196,7 @@ bool Session::moveElement(const NodePtr& source, const NodePtr& target, bool int
         return fail(sourceFile);
     if (sourceFile == targetFile) {
         // One file: both changes in one replacement.
-        if (!rewriteToTemp(t1, insert, t2, &errors, &error) || !insert.found())
+        if (!rewriteToTemp(fileio::pendingTemp(t1), insert, t2, &errors, &error) || !insert.found())
             return fail(targetFile);
         fileio::commitTemp(t1, QString());
         if (!fileio::commitTemp(t2, targetFile, &error))

@@ -6,6 +6,7 @@
 #include "language.h"
 #include "mcommon.h"
 #include "msgbox.h"
+#include "projectlock.h"
 #include "surface.h"
 #include "topicconvert.h"
 
@@ -72,6 +73,7 @@ void Session::ShowTopic(const NodePtr& node)
     while (m_surface.busy()) {
     }
     clearDirty();
+    m_saveFailed = false;
     if (!wasShown)
         editState();
     setPanel(2, QString(), 0);
@@ -82,7 +84,7 @@ void Session::ShowTopic(const NodePtr& node)
     setPanel(3, m_topic.Stamp);
     m_view->setActElement(QString());
     m_view->setCompleteChecked(complete);
-    if (isLocked() || complete) {
+    if (isReadOnly() || complete) {
         m_surface.setBrowseMode(true);
         readOnlyState();
         copyFindState();
@@ -198,10 +200,13 @@ void Session::chooseSelectionAfterRemoving(const NodePtr& node, bool forTopic)
 
 bool Session::changeTopic(int action, QString xml, QString title, QString id)
 {
-    if (!m_open || (isLocked() && action != 1))
+    if (!m_open || (isReadOnly() && action != 1))
         return false;
-    if (!mCommon::checkFreeSpace(m_project.GetProjectFile(), m_box))
+    if (!mCommon::checkFreeSpace(m_project.GetProjectFile(), m_box)) {
+        if (action == 1 && shownTopic())
+            m_saveFailed = true;
         return false;
+    }
     cSAXFileChangeTopic f;
     QString chapterTitle;
     NodePtr node;      // the topic acted on (1 to 4)
@@ -223,33 +228,59 @@ bool Session::changeTopic(int action, QString xml, QString title, QString id)
     f.Action = action;
 
     if (action == 2) {
-        resetStatusBar();
         f.CutElement = QStringLiteral("topic");
         f.xmlIn.clear();
+        // The file first: a delete that cannot be written leaves the tree
+        // and the shown topic as they were.
+        if (!rewriteChapter(chapterTitle, f))
+            return false;
+        resetStatusBar();
         chooseSelectionAfterRemoving(node, true);
         m_tree.Remove(node);
         m_topic.TreeNode.reset();
+        m_saveFailed = false;
         clearDirty();
-        return rewriteChapter(chapterTitle, f);
+        // The deleted topic never stays editable: what follows it is shown
+        // by the caller, anything but a topic leaves the empty page.
+        NodePtr sel = m_tree.SelectedItem();
+        if (!sel || sel->Tag != QLatin1String("topic")) {
+            showEmptyPage();
+            m_surface.setBrowseMode(true);
+            readOnlyState();
+        }
+        return true;
     }
 
     if (action == 1) {
+        // Every way out before the write ends is a failure to write, except
+        // the refusals by the topic's rules below.
+        m_saveFailed = true;
         QString newTitle;
-        if (!topicTitleFromBody(m_surface.bodyHTML(), newTitle)) {
-            m_box.exclamation(QStringLiteral("Topic without title can not be saved!"));
+        auto refuse = [this](const QString& text) {
+            m_saveFailed = false;
+            m_box.exclamation(text);
+            return false;
+        };
+        if (!topicTitleFromBody(m_surface.bodyHTML(), newTitle))
+            return refuse(QStringLiteral("Topic without title can not be saved!"));
+        if (newTitle != node->Text && titleExists(node, newTitle))
+            return refuse(QStringLiteral("Topic with same name already exists! Topic may not be saved!"));
+        if (!mCommon::checkXMLChars(newTitle, QStringLiteral("Topic title"), m_box)) {
+            m_saveFailed = false;
             return false;
         }
-        if (newTitle != node->Text && titleExists(node, newTitle)) {
-            m_box.exclamation(QStringLiteral("Topic with same name already exists! Topic may not be saved!"));
-            return false;
-        }
-        if (!mCommon::checkXMLChars(newTitle, QStringLiteral("Topic title"), m_box))
-            return false;
+        const QString oldStamp = m_topic.Stamp;
         m_topic.Stamp = mCommon::nowStamp();
         QString single = EditorToTopic(m_surface, m_topic, m_box);
         QString message;
         if (!validateTopic(single, message)) {
-            m_box.exclamation(message);
+            m_topic.Stamp = oldStamp;
+            return refuse(message);
+        }
+        // The stored topic is read, merged and written back under one lock.
+        ProjectLock lock(m_project.GetProjectFolder());
+        if (!lock.ok()) {
+            m_box.stop(lock.error());
             return false;
         }
         // The stored topic holds all languages; the record keeps what was just saved.
@@ -273,8 +304,11 @@ bool Session::changeTopic(int action, QString xml, QString title, QString id)
                                       "namespaces or entities it does not know).\r\n\r\nNothing was written."));
             return false;
         }
-        if (!rewriteChapter(chapterTitle, f))
+        if (!rewriteChapter(chapterTitle, f)) {
+            m_topic.Stamp = oldStamp;
             return false;
+        }
+        m_saveFailed = false;
         setPanel(3, m_topic.Stamp);
         clearDirty();
         node->Text = newTitle;
@@ -296,6 +330,8 @@ bool Session::changeTopic(int action, QString xml, QString title, QString id)
             return false;
         }
         id = m_project.getNewTopicID();
+        if (id.isEmpty())
+            return false; // the counter could not be written: shown already
         xml = newTopicText(id, title);
     }
     f.xmlIn = xml;
@@ -331,7 +367,7 @@ void Session::mnuSave()
 void Session::mnuDeleteTopic()
 {
     NodePtr node = shownTopic();
-    if (!node || isLocked())
+    if (!node || isReadOnly())
         return;
     if (m_box.show(QStringLiteral("Delete topic \"") + node->Text + QStringLiteral("\"?"), MsgButtons::YesNo,
                    MsgIcon::Question, kAppTitle) != MsgAnswer::Yes)
@@ -347,8 +383,8 @@ void Session::mnuDeleteTopic()
 void Session::mnuComplete()
 {
     NodePtr node = shownTopic();
-    if (!node)
-        return;
+    if (!node || (isReadOnly() && !isLocked()))
+        return; // a mark that could never be saved
     topicStateChanged = !topicStateChanged;
     bool nowComplete = m_topic.State != QLatin1String("complete");
     m_view->setCompleteChecked(nowComplete);

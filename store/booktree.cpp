@@ -37,14 +37,7 @@ NodePtr TreeNode::LastSibling() const
 
 int TreeNode::Index() const
 {
-    NodePtr p = Parent();
-    if (!p)
-        return 0;
-    const auto& s = p->m_children;
-    for (size_t i = 0; i < s.size(); ++i)
-        if (s[i].get() == this)
-            return int(i);
-    return -1;
+    return Parent() ? m_index : 0;
 }
 
 QString TreeNode::FullPath() const
@@ -53,6 +46,42 @@ QString TreeNode::FullPath() const
     for (NodePtr p = Parent(); p; p = p->Parent())
         path = p->Text + QLatin1Char('\\') + path;
     return path;
+}
+
+std::vector<NodePtr>& BookTree::siblingsOf(const NodePtr& node)
+{
+    NodePtr parent = node->Parent();
+    return parent ? parent->m_children : m_roots;
+}
+
+void BookTree::insertAt(std::vector<NodePtr>& list, size_t pos, const NodePtr& node)
+{
+    pos = std::min(pos, list.size());
+    list.insert(list.begin() + std::ptrdiff_t(pos), node);
+    for (size_t i = pos; i < list.size(); ++i)
+        list[i]->m_index = int(i);
+}
+
+void BookTree::eraseAt(std::vector<NodePtr>& list, size_t pos)
+{
+    list.erase(list.begin() + std::ptrdiff_t(pos));
+    for (size_t i = pos; i < list.size(); ++i)
+        list[i]->m_index = int(i);
+}
+
+// Where a node goes relative to its neighbour; the neighbour must be in list.
+bool BookTree::positionOf(const std::vector<NodePtr>& list, const NodePtr& relative, Relation relation, size_t& pos)
+{
+    size_t at = size_t(relative->m_index);
+    if (at >= list.size() || list[at] != relative)
+        return false;
+    switch (relation) {
+    case Relation::First: pos = 0; break;
+    case Relation::Next: pos = at + 1; break;
+    case Relation::Previous: pos = at; break;
+    default: pos = list.size(); break;
+    }
+    return true;
 }
 
 NodePtr BookTree::Add(const NodePtr& relative, Relation relation, const QString& key, const QString& text,
@@ -67,25 +96,19 @@ NodePtr BookTree::Add(const NodePtr& relative, Relation relation, const QString&
     node->SelectedImage = selectedImage;
     node->m_tree = this;
     if (!relative) {
-        m_roots.push_back(node);
+        insertAt(m_roots, m_roots.size(), node);
     } else if (relation == Relation::Child) {
         node->m_parent = relative;
-        relative->m_children.push_back(node);
+        insertAt(relative->m_children, relative->m_children.size(), node);
     } else {
-        NodePtr parent = relative->Parent();
-        std::vector<NodePtr>& list = parent ? parent->m_children : m_roots;
-        auto it = std::find(list.begin(), list.end(), relative);
-        if (it == list.end())
+        std::vector<NodePtr>& list = siblingsOf(relative);
+        size_t pos = 0;
+        if (!positionOf(list, relative, relation, pos))
             return nullptr;
-        node->m_parent = parent;
-        switch (relation) {
-        case Relation::First: list.insert(list.begin(), node); break;
-        case Relation::Last: list.push_back(node); break;
-        case Relation::Next: list.insert(it + 1, node); break;
-        case Relation::Previous: list.insert(it, node); break;
-        case Relation::Child: break;
-        }
+        node->m_parent = relative->Parent();
+        insertAt(list, pos, node);
     }
+    ++m_count;
     if (!key.isEmpty())
         m_keys[key] = node;
     if (m_observer)
@@ -126,6 +149,7 @@ bool BookTree::SetKey(const NodePtr& node, const QString& key)
 void BookTree::markRemoved(const NodePtr& node)
 {
     node->m_removed = true;
+    --m_count;
     for (const auto& c : node->m_children)
         markRemoved(c);
 }
@@ -136,9 +160,10 @@ void BookTree::Remove(const NodePtr& node)
         return;
     if (m_observer)
         m_observer->nodeRemoving(node);
-    NodePtr parent = node->Parent();
-    std::vector<NodePtr>& list = parent ? parent->m_children : m_roots;
-    list.erase(std::remove(list.begin(), list.end(), node), list.end());
+    std::vector<NodePtr>& list = siblingsOf(node);
+    size_t at = size_t(node->m_index);
+    if (at < list.size() && list[at] == node)
+        eraseAt(list, at);
     unindex(node);
     markRemoved(node);
     NodePtr sel = m_selected.lock();
@@ -150,6 +175,7 @@ void BookTree::Clear()
 {
     for (const auto& r : m_roots)
         markRemoved(r);
+    m_count = 0;
     m_roots.clear();
     m_keys.clear();
     m_selected.reset();
@@ -166,54 +192,36 @@ bool BookTree::Move(const NodePtr& node, const NodePtr& relative, Relation relat
             return false;
     if (m_observer)
         m_observer->nodeRemoving(node);
-    NodePtr parent = node->Parent();
-    std::vector<NodePtr>& list = parent ? parent->m_children : m_roots;
-    list.erase(std::remove(list.begin(), list.end(), node), list.end());
+    std::vector<NodePtr>& list = siblingsOf(node);
+    size_t at = size_t(node->m_index);
+    if (at < list.size() && list[at] == node)
+        eraseAt(list, at);
     if (relation == Relation::Child) {
         node->m_parent = relative;
-        relative->m_children.push_back(node);
+        insertAt(relative->m_children, relative->m_children.size(), node);
     } else {
-        NodePtr np = relative->Parent();
-        std::vector<NodePtr>& target = np ? np->m_children : m_roots;
-        auto it = std::find(target.begin(), target.end(), relative);
-        node->m_parent = np;
-        switch (relation) {
-        case Relation::Next: target.insert(it + 1, node); break;
-        case Relation::Previous: target.insert(it, node); break;
-        case Relation::First: target.insert(target.begin(), node); break;
-        default: target.push_back(node); break;
-        }
+        std::vector<NodePtr>& target = siblingsOf(relative);
+        size_t pos = target.size();
+        if (relation != Relation::Last)
+            positionOf(target, relative, relation, pos);
+        node->m_parent = relative->Parent();
+        insertAt(target, pos, node);
     }
     if (m_observer)
         m_observer->nodeAdded(node);
     return true;
 }
 
-int BookTree::Count() const
-{
-    int n = 0;
-    forEach([&](const NodePtr&, int) { ++n; });
-    return n;
-}
-
 NodePtr BookTree::FindKey(const QString& key) const
 {
     auto it = m_keys.find(key);
-    if (it != m_keys.end()) {
-        NodePtr n = it.value().lock();
-        if (n && !n->m_removed && n->Key == key)
-            return n;
-        m_keys.erase(it);
-    }
-    // A key set directly on a node is found by a walk, and indexed.
-    NodePtr found;
-    forEach([&](const NodePtr& n, int) {
-        if (!found && n->Key == key)
-            found = n;
-    });
-    if (found)
-        m_keys[key] = found;
-    return found;
+    if (it == m_keys.end())
+        return nullptr;
+    NodePtr n = it.value().lock();
+    if (n && !n->m_removed && n->Key == key)
+        return n;
+    m_keys.erase(it);
+    return nullptr;
 }
 
 NodePtr BookTree::FindPath(const QString& path) const

@@ -35,7 +35,7 @@ public:
     NodePtr FirstSibling() const;
     NodePtr LastSibling() const;
     int ChildCount() const { return int(m_children.size()); }
-    int Index() const; // position among its siblings
+    int Index() const; // position among its siblings (kept, not searched)
     bool Removed() const { return m_removed; }
     // Texts from the root down to this node, joined by backslashes.
     QString FullPath() const;
@@ -44,6 +44,7 @@ private:
     friend class BookTree;
     NodeRef m_parent;
     std::vector<NodePtr> m_children;
+    int m_index = 0; // position in the parent's (or the roots') list
     bool m_removed = false;
     BookTree* m_tree = nullptr;
 };
@@ -77,7 +78,8 @@ public:
 
     const std::vector<NodePtr>& Roots() const { return m_roots; }
     NodePtr Root() const { return m_roots.empty() ? nullptr : m_roots.front(); }
-    int Count() const;
+    int Count() const { return m_count; }
+    // By the key index: keys are set through Add and SetKey only.
     NodePtr FindKey(const QString& key) const;
     // Changes a node's key (keys are indexed; set them through here).
     bool SetKey(const NodePtr& node, const QString& key);
@@ -97,8 +99,15 @@ public:
 private:
     void markRemoved(const NodePtr& node);
     void unindex(const NodePtr& node);
+    std::vector<NodePtr>& siblingsOf(const NodePtr& node);
+    // Inserts at pos and renumbers the nodes after it.
+    static void insertAt(std::vector<NodePtr>& list, size_t pos, const NodePtr& node);
+    static void eraseAt(std::vector<NodePtr>& list, size_t pos);
+    static bool positionOf(const std::vector<NodePtr>& list, const NodePtr& relative, Relation relation,
+                           size_t& pos);
     std::vector<NodePtr> m_roots;
     mutable QHash<QString, NodeRef> m_keys;
+    int m_count = 0;
     NodeRef m_selected;
     Observer* m_observer = nullptr;
 };

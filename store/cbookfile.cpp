@@ -5,8 +5,12 @@
 #include "language.h"
 #include "mcommon.h"
 #include "msgbox.h"
+#include "projectlock.h"
 
+#include <QDir>
 #include <QFileInfo>
+
+#include <sys/stat.h>
 
 #include <libxml/valid.h>
 
@@ -29,6 +33,16 @@ void setText(xmlNode* node, const QString& text)
     xmlAddChild(node, xmlNewDocText(node->doc, X(t.constData())));
 }
 
+QByteArray fileIdOf(const QString& path)
+{
+    struct stat st;
+    if (::stat(QFile::encodeName(path).constData(), &st) != 0)
+        return {};
+    return QByteArray::number(qulonglong(st.st_dev)) + ':' + QByteArray::number(qulonglong(st.st_ino)) + ':' +
+           QByteArray::number(qlonglong(st.st_size)) + ':' + QByteArray::number(qlonglong(st.st_mtim.tv_sec)) +
+           '.' + QByteArray::number(qlonglong(st.st_mtim.tv_nsec));
+}
+
 bool isTitleOf(xmlNode* n, const QString& lang)
 {
     return n->type == XML_ELEMENT_NODE && xmlStrEqual(n->name, X("title")) &&
@@ -41,10 +55,13 @@ bool cBookFile::Load(const QString& path)
     m_loaded = false;
     m_doc.reset();
     m_path = QFileInfo(path).absoluteFilePath();
+    m_fileId = fileIdOf(m_path);
     QByteArray data;
     xmlsafe::XmlError err;
-    if (!fileio::readFile(m_path, data)) {
-        err.message = QStringLiteral("The file \"%1\" cannot be read.").arg(path);
+    QString why;
+    // Regular files only: a FIFO would block the read for ever.
+    if (!xmlsafe::readRegularFile(m_path, data, &why)) {
+        err.message = QStringLiteral("The file \"%1\" cannot be read.").arg(path) + QStringLiteral("\r\n") + why;
         m_box.stop(QStringLiteral("error on line 0\r\n\r\n\r\n") + err.message + QStringLiteral("\r\n"));
         return false;
     }
@@ -153,6 +170,16 @@ bool cBookFile::addLangTitle(const QString& abbreviation)
     return false;
 }
 
+bool cBookFile::hasLangTitle(const QString& abbreviation) const
+{
+    if (!m_loaded)
+        return false;
+    for (xmlNode* c = xmlDocGetRootElement(m_doc.get())->children; c; c = c->next)
+        if (c->type == XML_ELEMENT_NODE && isTitleOf(c, abbreviation))
+            return true;
+    return false;
+}
+
 bool cBookFile::moveChapter(const QString& entity, const QString& before)
 {
     if (!m_loaded)
@@ -190,13 +217,23 @@ QStringList cBookFile::chapterOrder() const
 
 bool cBookFile::save()
 {
-    QString folder = QFileInfo(m_path).absolutePath();
+    ProjectLock lock(QFileInfo(m_path).absolutePath());
+    if (!lock.ok()) {
+        m_box.stop(lock.error());
+        return false;
+    }
+    if (fileIdOf(m_path) != m_fileId) {
+        m_box.stop(QStringLiteral("The book file \"") + QDir::toNativeSeparators(m_path) +
+                   QStringLiteral("\" was changed by another program after it was read, so it was not written. "
+                                  "Try again."));
+        return false;
+    }
     QString error;
-    if (!fileio::atomicReplace(m_path, xmlsafe::serializeUtf16(m_doc.get(), m_doctype),
-                               folder + QLatin1Char('/') + fileio::kRewriteFile, &error)) {
+    if (!fileio::atomicReplace(m_path, xmlsafe::serializeUtf16(m_doc.get(), m_doctype), {}, &error)) {
         m_box.stop(error);
         return false;
     }
+    m_fileId = fileIdOf(m_path);
     return true;
 }
 

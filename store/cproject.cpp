@@ -5,9 +5,12 @@
 #include "msgbox.h"
 #include "newproject.h"
 #include "paths.h"
+#include "projectlock.h"
 
 #include <QDir>
 #include <QFileInfo>
+
+#include <sys/stat.h>
 
 #include <limits>
 #include <stdexcept>
@@ -46,32 +49,127 @@ xmlNode* getChild(xmlNode* parent, const char* name)
     return xmlsafe::firstChildElement(parent, name);
 }
 
+namespace {
+// The book file and the chapter files a project file names, as written.
+QStringList namedFiles(xmlNode* root)
+{
+    QStringList out;
+    xmlNode* files = getChild(root, "files");
+    if (!files)
+        return out;
+    for (xmlNode* c = files->children; c; c = c->next) {
+        if (c->type != XML_ELEMENT_NODE)
+            continue;
+        if (xmlStrEqual(c->name, X("book")))
+            out << xmlsafe::nodeText(c);
+        else if (xmlStrEqual(c->name, X("chapter")))
+            out << xmlsafe::nodeText(getChild(c, "file"));
+    }
+    return out;
+}
+
+// A link planted after the open is not followed out of the folder.
+QString insideOnly(const QString& path, const QString& folder)
+{
+    return xmlsafe::liesInside(path, folder) ? path : QString();
+}
+}
+
+namespace {
+QByteArray fileIdOf(const QString& path)
+{
+    struct stat st;
+    if (::stat(QFile::encodeName(path).constData(), &st) != 0)
+        return {};
+    return QByteArray::number(qulonglong(st.st_dev)) + ':' + QByteArray::number(qulonglong(st.st_ino)) + ':' +
+           QByteArray::number(qlonglong(st.st_size)) + ':' + QByteArray::number(qlonglong(st.st_mtim.tv_sec)) +
+           '.' + QByteArray::number(qlonglong(st.st_mtim.tv_nsec));
+}
+}
+
+void cProject::noteFile()
+{
+    m_fileId = fileIdOf(m_path);
+}
+
+bool cProject::beginChange(ProjectLock& lock)
+{
+    if (!lock.ok()) {
+        m_box.stop(lock.error());
+        return false;
+    }
+    // Taken before reading: a file replaced meanwhile is read again next time.
+    const QByteArray id = fileIdOf(m_path);
+    if (!m_loaded || id == m_fileId)
+        return true;
+    QByteArray data;
+    xmlsafe::DocPtr doc;
+    if (xmlsafe::readRegularFile(m_path, data)) {
+        xmlsafe::EntityScope scope(projectFolderOf(m_path));
+        doc = xmlsafe::readMemory(data, m_path, 0, true, nullptr);
+    }
+    xmlNode* r = doc ? xmlDocGetRootElement(doc.get()) : nullptr;
+    if (!r || !xmlStrEqual(r->name, X("project"))) {
+        m_box.stop(QStringLiteral("The project file \"") + QDir::toNativeSeparators(m_path) +
+                   QStringLiteral("\" was changed by another program and cannot be read any more. "
+                                  "Nothing was written."));
+        return false;
+    }
+    m_doc = std::move(doc);
+    m_doctype = xmlsafe::doctypeFromSource(fileio::decodeText(data));
+    m_fileId = id;
+    return true;
+}
+
 bool cProject::Load(const QString& path)
 {
     QString abs = QFileInfo(path).absoluteFilePath();
+    const QByteArray id = fileIdOf(abs);
     QByteArray data;
     xmlsafe::XmlError err;
     xmlsafe::DocPtr doc;
-    if (fileio::readFile(abs, data)) {
+    QString reason;
+    if (xmlsafe::readRegularFile(abs, data, &reason)) {
         // Entities may come from the project folder only, not from beside it.
         xmlsafe::EntityScope scope(projectFolderOf(abs));
         doc = xmlsafe::readMemory(data, abs, 0, true, &err);
+        if (!doc)
+            reason = err.line > 0 ? QStringLiteral("Line %1: %2").arg(err.line).arg(err.message) : err.message;
+        else if (!xmlDocGetRootElement(doc.get()))
+            reason = QStringLiteral("The file has no root element.");
     }
+    // The first line is the known message; which file and why follow.
+    auto notValid = [&](const QString& why) {
+        m_box.exclamation(QStringLiteral("File is not valid!\r\n") + QDir::toNativeSeparators(abs) +
+                          QStringLiteral("\r\n") + why);
+    };
     if (!doc || !xmlDocGetRootElement(doc.get())) {
-        m_box.exclamation(QStringLiteral("File is not valid!"));
+        notValid(reason);
         return false;
     }
     xmlNode* r = xmlDocGetRootElement(doc.get());
     xmlNode* version = getChild(r, "version");
     if (!xmlStrEqual(r->name, X("project")) || !version ||
         xmlsafe::nodeText(version) != QStringLiteral("1.0")) {
-        m_box.exclamation(QStringLiteral("File is not a Quillary 1.0 project file!"));
+        // The known message first; which file follows.
+        m_box.exclamation(QStringLiteral("File is not a Quillary 1.0 project file!\r\n") +
+                          QDir::toNativeSeparators(abs));
         return false;
+    }
+    // Book and chapter files must lie in the project folder, links followed:
+    // a project from elsewhere may not lead a save to any other file.
+    const QString folder = projectFolderOf(abs);
+    for (const QString& named : namedFiles(r)) {
+        if (!named.isEmpty() && !xmlsafe::liesInside(folder + paths::toDisk(named), folder)) {
+            notValid(QStringLiteral("The file \"%1\" that it names lies outside the project folder.").arg(named));
+            return false;
+        }
     }
     m_doc = std::move(doc);
     m_doctype = xmlsafe::doctypeFromSource(fileio::decodeText(data));
     m_path = abs;
     m_loaded = true;
+    m_fileId = id;
     return true;
 }
 
@@ -99,11 +197,14 @@ QString cProject::getBookFile() const
     xmlNode* book = getChild(files, "book");
     if (!book)
         return {};
-    return GetProjectFolder() + paths::toDisk(xmlsafe::nodeText(book));
+    return insideOnly(GetProjectFolder() + paths::toDisk(xmlsafe::nodeText(book)), GetProjectFolder());
 }
 
 void cProject::setBookFile(const QString& fileName)
 {
+    ProjectLock writing(GetProjectFolder());
+    if (!beginChange(writing))
+        return;
     xmlNode* book = getChild(getChild(root(), "files"), "book");
     if (!book)
         return;
@@ -129,7 +230,7 @@ QString cProject::getChapterFile(const QString& chapterTitle) const
 {
     for (const auto& c : chapters())
         if (c.title == chapterTitle)
-            return GetProjectFolder() + paths::toDisk(c.file);
+            return insideOnly(GetProjectFolder() + paths::toDisk(c.file), GetProjectFolder());
     return {};
 }
 
@@ -137,7 +238,7 @@ QStringList cProject::chapterFileList() const
 {
     QStringList out;
     for (const auto& c : chapters())
-        out << GetProjectFolder() + paths::toDisk(c.file);
+        out << insideOnly(GetProjectFolder() + paths::toDisk(c.file), GetProjectFolder());
     return out;
 }
 
@@ -235,45 +336,54 @@ cStack cProject::getAllLanguageNames() const
     return s;
 }
 
-void cProject::RemoveChapter(const QString& chapterTitle)
+bool cProject::RemoveChapter(const QString& chapterTitle)
 {
+    ProjectLock writing(GetProjectFolder());
+    if (!beginChange(writing))
+        return false;
     xmlNode* files = getChild(root(), "files");
     if (!files)
-        return;
+        return false;
     for (xmlNode* c = files->children; c; c = c->next) {
         if (c->type == XML_ELEMENT_NODE && xmlStrEqual(c->name, X("chapter")) &&
             childText(c, "title") == chapterTitle) {
             xmlUnlinkNode(c);
             xmlFreeNode(c);
-            saveProject();
-            return;
+            return saveProject();
         }
     }
+    return true; // no such chapter: nothing to write
 }
 
-void cProject::InsertChapter(const QString& title, const QString& id, const QString& file)
+bool cProject::InsertChapter(const QString& title, const QString& id, const QString& file)
 {
+    ProjectLock writing(GetProjectFolder());
+    if (!beginChange(writing))
+        return false;
     xmlNode* files = getChild(root(), "files");
     if (!files)
-        return;
+        return false;
     xmlNode* ch = xmlNewDocNode(m_doc.get(), nullptr, X("chapter"), nullptr);
     xmlAddChild(files, ch);
     addTextChild(ch, "title", title);
     addTextChild(ch, "id", id);
     addTextChild(ch, "file", file);
-    saveProject();
+    return saveProject();
 }
 
-void cProject::InsertLanguage(const QString& name, const QString& abbreviation)
+bool cProject::InsertLanguage(const QString& name, const QString& abbreviation)
 {
+    ProjectLock writing(GetProjectFolder());
+    if (!beginChange(writing))
+        return false;
     xmlNode* langs = getChild(root(), "languages");
     if (!langs)
-        return;
+        return false;
     xmlNode* l = xmlNewDocNode(m_doc.get(), nullptr, X("language"), nullptr);
     xmlAddChild(langs, l);
     addTextChild(l, "name", name);
     addTextChild(l, "abrev", abbreviation);
-    saveProject();
+    return saveProject();
 }
 
 QStringList cProject::getRestrictedFiles() const
@@ -312,42 +422,59 @@ QString cProject::counter(const char* element) const
 
 QString cProject::newID(const char* counterName, const char* prefix)
 {
+    // Read, increment and write under one lock: two processes never hand
+    // out the same ID. A failure has been shown; the caller gets no ID.
+    ProjectLock writing(GetProjectFolder());
+    if (!beginChange(writing))
+        return {};
     xmlNode* c = getChild(root(), counterName);
-    if (!c)
-        throw std::runtime_error(std::string("The project file has no <") + counterName + "> counter.");
+    const QString file = QDir::toNativeSeparators(m_path);
+    if (!c) {
+        m_box.stop(QStringLiteral("The project file \"%1\" has no <%2> counter. Nothing was written.")
+                       .arg(file, QString::fromLatin1(counterName)));
+        return {};
+    }
     bool ok = false;
     qint64 value = xmlsafe::nodeText(c).trimmed().toLongLong(&ok);
-    if (!ok || value < std::numeric_limits<int32_t>::min() || value >= std::numeric_limits<int32_t>::max())
-        throw std::runtime_error(std::string("The counter <") + counterName +
-                                 "> of the project file is not a number.");
+    if (!ok || value < std::numeric_limits<int32_t>::min() || value >= std::numeric_limits<int32_t>::max()) {
+        m_box.stop(QStringLiteral("The counter <%2> of the project file \"%1\" is not a number. Nothing was written.")
+                       .arg(file, QString::fromLatin1(counterName)));
+        return {};
+    }
     setText(c, QString::number(value + 1));
     // The increment reaches the disk before the ID is used.
     if (!saveProject())
-        throw std::runtime_error("The project file cannot be written.");
+        return {}; // the view went back to the file: the counter too
     return QString::fromLatin1(prefix) + xmlsafe::nodeText(getChild(root(), counterName));
 }
 
-void cProject::SetLock(const QString& id, const QString& stamp, const QString& description)
+bool cProject::SetLock(const QString& id, const QString& stamp, const QString& description)
 {
+    ProjectLock writing(GetProjectFolder());
+    if (!beginChange(writing))
+        return false;
     xmlNode* r = root();
     if (!r)
-        return;
+        return false;
     xmlNode* lock = xmlNewDocNode(m_doc.get(), nullptr, X("lock"), nullptr);
     xmlAddChild(r, lock);
     addTextChild(lock, "id", id);
     addTextChild(lock, "stamp", stamp);
     addTextChild(lock, "description", description);
-    saveProject();
+    return saveProject();
 }
 
-void cProject::RemoveLock()
+bool cProject::RemoveLock()
 {
+    ProjectLock writing(GetProjectFolder());
+    if (!beginChange(writing))
+        return false;
     xmlNode* lock = getChild(root(), "lock");
     if (!lock)
-        return;
+        return true;
     xmlUnlinkNode(lock);
     xmlFreeNode(lock);
-    saveProject();
+    return saveProject();
 }
 
 QString cProject::lockChild(const char* name) const
@@ -363,16 +490,48 @@ QString cProject::rewriteTempPath() const
     return {};
 }
 
+void cProject::revertToDisk()
+{
+    QByteArray data;
+    xmlsafe::DocPtr doc;
+    if (xmlsafe::readRegularFile(m_path, data)) {
+        xmlsafe::EntityScope scope(projectFolderOf(m_path));
+        doc = xmlsafe::readMemory(data, m_path, 0, true, nullptr);
+    }
+    xmlNode* r = doc ? xmlDocGetRootElement(doc.get()) : nullptr;
+    if (!r || !xmlStrEqual(r->name, X("project")))
+        return;
+    m_doc = std::move(doc);
+    m_doctype = xmlsafe::doctypeFromSource(fileio::decodeText(data));
+    noteFile();
+}
+
 bool cProject::saveProject()
 {
     if (!m_loaded)
         return false;
-    QString temp = rewriteTempPath();
+    ProjectLock writing(GetProjectFolder());
+    if (!writing.ok()) {
+        m_box.stop(writing.error());
+        revertToDisk();
+        return false;
+    }
+    if (fileio::isReadOnly(m_path)) {
+        m_box.exclamation(QStringLiteral("The project file \"") + QDir::toNativeSeparators(m_path) +
+                          QStringLiteral("\" is read-only (it has no write permission), so it was not changed and "
+                                         "its permissions were left as they are."));
+        revertToDisk();
+        return false;
+    }
     QString error;
-    if (!fileio::atomicReplace(m_path, xmlsafe::serializeUtf16(m_doc.get(), m_doctype), temp, &error)) {
-        m_box.stop(error);
+    if (!fileio::atomicReplace(m_path, xmlsafe::serializeUtf16(m_doc.get(), m_doctype), {}, &error)) {
+        // The file the author knows first; the system's words follow.
+        m_box.stop(QStringLiteral("The project file \"") + QDir::toNativeSeparators(m_path) +
+                   QStringLiteral("\" cannot be written. Nothing was changed.\r\n") + error);
+        revertToDisk();
         return false;
     }
     fileio::setMarked(m_path, true);
+    noteFile();
     return true;
 }

@@ -6,6 +6,7 @@
 #include <QStringList>
 
 class MsgBox;
+class ProjectLock;
 
 // Live view of the project file (.qly): answers every question from the DOM
 // and writes the file after every change.
@@ -32,16 +33,18 @@ public:
     QString getLanguageAbrev(const QString& name) const;
     QString GetMainLangAbbrev() const;
     cStack getAllLanguageNames() const;
-    void RemoveChapter(const QString& chapterTitle);
-    void InsertChapter(const QString& title, const QString& id, const QString& file);
-    void InsertLanguage(const QString& name, const QString& abbreviation);
+    // The changes of the project file: false when it was not written (the
+    // message has been shown and the view is as on disk again).
+    bool RemoveChapter(const QString& chapterTitle);
+    bool InsertChapter(const QString& title, const QString& id, const QString& file);
+    bool InsertLanguage(const QString& name, const QString& abbreviation);
     bool isFileNameRestricted(const QString& path) const;
     QString getNewTopicID() { return newID("topicid", "topic"); }
     QString getNewSubchapterID() { return newID("subchapterid", "sub"); }
     QString getNewChapterID() { return newID("chapterid", "chapter"); }
     QString getNewAnchorID() { return newID("anchorid", "anchor"); }
-    void SetLock(const QString& id, const QString& stamp, const QString& description);
-    void RemoveLock();
+    bool SetLock(const QString& id, const QString& stamp, const QString& description);
+    bool RemoveLock();
     QString GetLockID() const { return lockChild("id"); }
     QString GetLockStamp() const { return lockChild("stamp"); }
     QString GetLockDescription() const { return lockChild("description"); }
@@ -54,12 +57,15 @@ public:
     // The counters as they stand (topicid, subchapterid, chapterid, anchorid).
     QString counter(const char* element) const;
 
-    // Where rewrites go before they are renamed over their target.
+    // The hint for the temporary files of rewrites in the project folder.
     QString rewriteTempPath() const;
 
-    // Saves the DOM to the project file and leaves the file marked. False
-    // with a stop box when the write fails.
+    // Saves the DOM to the project file and leaves the file marked, under
+    // the writers' lock. False with a box when the write fails or the file is
+    // read-only (its owner made it so; it is left as it is).
     bool saveProject();
+    // After a write that failed: the view goes back to the file on disk.
+    void revertToDisk();
 
     // Lists files whose names a new file may not take.
     QStringList getRestrictedFiles() const;
@@ -69,11 +75,17 @@ private:
     QString childText(xmlNode* parent, const char* name) const;
     QString newID(const char* counter, const char* prefix);
     QString lockChild(const char* name) const;
+    // Takes the writers' lock and, when another process has replaced the
+    // file since it was read, reads it again: a change starts from what is
+    // on disk. False after a box.
+    bool beginChange(ProjectLock& lock);
+    void noteFile();
     MsgBox& m_box;
     xmlsafe::DocPtr m_doc;
     bool m_loaded = false;
     QString m_path;
     QString m_doctype; // as read, written back unchanged
+    QByteArray m_fileId; // the file as last read or written: device, inode, size, time
 };
 
 // The first child element with that name.

@@ -5,6 +5,9 @@
 #include "fileio.h"
 #include "mcommon.h"
 #include "msgbox.h"
+#include "projectlock.h"
+
+#include <QFileInfo>
 
 using sax::qs;
 
@@ -115,6 +118,13 @@ void cSAXBookHandler::skippedEntity(std::string_view name)
 bool rewriteBookFile(cProject& project, cSAXBookHandler& handler, MsgBox& box)
 {
     QString bookFile = project.getBookFile();
+    // Read and replaced under one lock: a chapter another process adds
+    // meanwhile is not lost.
+    ProjectLock lock(QFileInfo(bookFile).absolutePath());
+    if (!lock.ok()) {
+        box.stop(lock.error());
+        return false;
+    }
     cSAXErrorHandler errors(box);
     sax::Reader reader(handler);
     reader.setErrorHandler(&errors);

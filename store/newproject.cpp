@@ -11,7 +11,58 @@
 #include <QDir>
 #include <QFileInfo>
 
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <sys/stat.h>
+#include <unistd.h>
+
 namespace {
+// While a new project folder is built it holds this file with the builder's
+// process id; it goes when the project file has been written.
+const QString kUnfinished = QStringLiteral(".quillary-new");
+
+bool builderGone(const QString& folder)
+{
+    QByteArray data;
+    if (!fileio::readFile(folder + QLatin1Char('/') + kUnfinished, data))
+        return false;
+    bool ok = false;
+    const qint64 pid = data.trimmed().toLongLong(&ok);
+    if (!ok || pid <= 0)
+        return false;
+    return pid == ::getpid() || (::kill(pid_t(pid), 0) != 0 && errno == ESRCH);
+}
+
+// A folder that a creation cut off (a killed "new") left behind: its builder
+// no longer runs and it holds nothing but what creation makes. It may be
+// replaced instead of blocking the next creation.
+bool isLeftover(const QString& folder)
+{
+    QDir dir(folder);
+    if (!QFileInfo(folder).isDir() || QFileInfo(folder).isSymLink() || !builderGone(folder))
+        return false;
+    const auto all = QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot;
+    for (const QFileInfo& fi : dir.entryInfoList(all)) {
+        const QString name = fi.fileName();
+        if (fi.isSymLink())
+            return false;
+        if (fi.isFile() && (name == kUnfinished || name.endsWith(QLatin1String(".xml")) ||
+                            (name.startsWith(QLatin1Char('.')) && name.endsWith(QLatin1String(".tmp")))))
+            continue;
+        if (fi.isDir() && name == QLatin1String("img")) {
+            for (const QFileInfo& lang : QDir(fi.filePath()).entryInfoList(all))
+                if (lang.isSymLink() || !lang.isDir() || !QDir(lang.filePath()).isEmpty(all))
+                    return false;
+            continue;
+        }
+        return false;
+    }
+    return true;
+}
+
 QStringList stackToList(const cStack& s)
 {
     cStack tmp;
@@ -138,7 +189,7 @@ bool checkProjectPath(const QString& path, MsgBox& box)
     }
     QString folder = projectFolderOf(path);
     folder.chop(1);
-    if (QFileInfo::exists(folder)) {
+    if (QFileInfo::exists(folder) && !isLeftover(folder)) {
         box.exclamation(QStringLiteral("Folder \"") + folder +
                         QStringLiteral("\" already exists! Project may not be created!"));
         return false;
@@ -184,25 +235,62 @@ bool createProjectFiles(const cBook& book, MsgBox& box)
     if (!mCommon::checkFreeSpace(projectFile, box))
         return false;
     const QString folder = projectFolderOf(projectFile);
+    QString finalFolder = folder;
+    finalFolder.chop(1);
+    const QFileInfo finalInfo(finalFolder);
+    if (isLeftover(finalFolder))
+        QDir(finalFolder).removeRecursively();
+    // The folder is built under a hidden name and renamed into place, so a
+    // creation cut off midway leaves nothing that blocks the next. A folder
+    // that is there already (the caller skipped checkProjectPath) is filled
+    // where it is.
+    const bool inPlace = QFileInfo::exists(finalFolder);
+    QString build = folder;
+    if (!inPlace) {
+        QDir().mkpath(finalInfo.absolutePath());
+        QByteArray pattern =
+            QFile::encodeName(finalInfo.absolutePath() + QStringLiteral("/.") + finalInfo.fileName() + QStringLiteral(".XXXXXX"));
+        if (!::mkdtemp(pattern.data())) {
+            box.stop(QStringLiteral("The project folder \"") + finalFolder + QStringLiteral("\" cannot be created: ") +
+                     QString::fromLocal8Bit(std::strerror(errno)));
+            return false;
+        }
+        build = QFile::decodeName(pattern) + QLatin1Char('/');
+        const mode_t mask = ::umask(0);
+        ::umask(mask);
+        ::chmod(pattern.constData(), 0777 & ~mask);
+    }
     QDir dir;
     QStringList langs{book.MainLangAbbrev};
     langs += stackToList(book.LangAbrevs);
-    bool ok = dir.mkpath(folder + QStringLiteral("img"));
+    QString error;
+    bool ok = inPlace || fileio::atomicReplace(build + kUnfinished, QByteArray::number(qint64(::getpid())), {}, &error);
+    ok = ok && dir.mkpath(build + QStringLiteral("img"));
     for (const QString& l : langs)
-        ok = ok && dir.mkpath(folder + QStringLiteral("img/") + l);
+        ok = ok && dir.mkpath(build + QStringLiteral("img/") + l);
     QString bookFile = book.BookFile;
     bookFile.replace(QLatin1Char(' '), QLatin1Char('_'));
     bookFile = bookFile.toLower();
-    QString error;
-    ok = ok && fileio::writeUtf16Line(folder + bookFile, newBookFileText(book),
-                                      folder + fileio::kRewriteFile, &error);
-    ok = ok && fileio::writeUtf16Line(projectFile, newProjectFileText(book),
-                                      folder + fileio::kRewriteFile, &error);
+    ok = ok && fileio::writeUtf16Line(build + bookFile, newBookFileText(book), {}, &error);
+    if (ok && !inPlace && ::rename(QFile::encodeName(build.chopped(1)).constData(),
+                                     QFile::encodeName(finalFolder).constData()) != 0) {
+        error = QStringLiteral("The project folder \"") + finalFolder + QStringLiteral("\" cannot be created: ") +
+                QString::fromLocal8Bit(std::strerror(errno));
+        ok = false;
+    }
+    if (!ok && !inPlace)
+        QDir(build).removeRecursively();
+    if (ok && !fileio::writeUtf16Line(projectFile, newProjectFileText(book), {}, &error)) {
+        ok = false;
+        if (!inPlace)
+            QDir(finalFolder).removeRecursively();
+    }
     if (!ok) {
         box.stop(error.isEmpty() ? QStringLiteral("The project folder \"") + folder +
                                        QStringLiteral("\" cannot be created.")
                                  : error);
         return false;
     }
+    QFile::remove(folder + kUnfinished);
     return true;
 }

@@ -2,6 +2,7 @@
 
 #include "csaxerrorhandler.h"
 #include "mcommon.h"
+#include "projectlock.h"
 
 #include <QFileInfo>
 
@@ -25,6 +26,25 @@ void RewriteFilter::skippedEntity(std::string_view name)
     writeEntity(name);
 }
 
+void RewriteFilter::startDTD(std::string_view name, std::string_view publicId, std::string_view systemId)
+{
+    // Only the document's own, before anything else was written.
+    if (systemId.empty() || m_started)
+        return;
+    auto quoted = [](std::string_view v) {
+        const char q = v.find('"') == std::string_view::npos ? '"' : '\'';
+        return q + std::string(v) + q;
+    };
+    m_buf = "<!DOCTYPE ";
+    m_buf += name;
+    if (!publicId.empty())
+        m_buf += " PUBLIC " + quoted(publicId) + ' ' + quoted(systemId);
+    else
+        m_buf += " SYSTEM " + quoted(systemId);
+    m_buf += '>';
+    writeRaw(m_buf);
+}
+
 void appendStartTag(std::string& out, std::string_view name, const sax::Attrs& attrs)
 {
     out += '<';
@@ -41,6 +61,7 @@ void appendStartTag(std::string& out, std::string_view name, const sax::Attrs& a
 
 void RewriteFilter::writeStart(std::string_view name, const sax::Attrs& attrs)
 {
+    m_started = true;
     m_buf.clear();
     appendStartTag(m_buf, name, attrs);
     writeRaw(m_buf);
@@ -111,20 +132,36 @@ bool runFilter(fileio::AtomicUtf16Writer& out, const QString& source, RewriteFil
 }
 }
 
+// The file is read, changed and replaced under the writers' lock of its
+// folder, so that a second writer never works from a copy the first is about
+// to replace. After rewriteToTemp the lock is held until commitTemp.
 bool rewriteToTemp(const QString& source, RewriteFilter& filter, const QString& tempPath,
                    cSAXErrorHandler* errorHandler, QString* error)
 {
+    auto lock = std::make_shared<ProjectLock>(QFileInfo(source).absolutePath());
+    if (!lock->ok()) {
+        if (error)
+            *error = lock->error();
+        return false;
+    }
     fileio::AtomicUtf16Writer out;
     if (!runFilter(out, source, filter, tempPath, errorHandler, error))
         return false;
-    return out.finish(error);
+    return out.finish(error, lock);
 }
 
 bool rewriteFile(const QString& source, RewriteFilter& filter, const QString& tempPath,
                  cSAXErrorHandler* errorHandler, QString* error, const QString& target)
 {
+    const QString into = target.isEmpty() ? source : target;
+    ProjectLock lock(QFileInfo(into).absolutePath());
+    if (!lock.ok()) {
+        if (error)
+            *error = lock.error();
+        return false;
+    }
     fileio::AtomicUtf16Writer out;
     if (!runFilter(out, source, filter, tempPath, errorHandler, error))
         return false;
-    return out.commit(target.isEmpty() ? source : target, error);
+    return out.commit(into, error);
 }

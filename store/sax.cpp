@@ -8,7 +8,10 @@
 #include <libxml/SAX2.h>
 #include <libxml/parserInternals.h>
 
+#include <cerrno>
+#include <cstdint>
 #include <cstring>
+#include <unistd.h>
 
 namespace sax {
 
@@ -101,7 +104,7 @@ struct Reader::Impl {
                                const xmlChar** attributes)
     {
         Reader* r = self(ctx);
-        if (r->echo(ctx))
+        if (r->echo(ctx) || r->m_stopRequested)
             return;
         flush(r);
         auto* ctxt = static_cast<xmlParserCtxtPtr>(ctx);
@@ -113,6 +116,9 @@ struct Reader::Impl {
                 name = r->m_attrs.keep(std::string(sv(a[1])) + ":" + std::string(name));
             }
             std::string_view value(reinterpret_cast<const char*>(a[3]), size_t(a[4] - a[3]));
+            // With substitution, libxml2 expands entities in attribute values.
+            if (r->m_expand && !r->expanded(value.size()))
+                return;
             // Without substitution libxml2 hands "&" over as "&#38;".
             if (!ctxt->replaceEntities && value.find("&#38;") != std::string_view::npos) {
                 std::string v(value);
@@ -135,7 +141,7 @@ struct Reader::Impl {
                              const xmlChar*)
     {
         Reader* r = self(ctx);
-        if (r->echo(ctx))
+        if (r->echo(ctx) || r->m_stopRequested)
             return;
         flush(r);
         if (prefix) {
@@ -149,7 +155,14 @@ struct Reader::Impl {
     static void characters(void* ctx, const xmlChar* ch, int len)
     {
         Reader* r = self(ctx);
-        if (r->echo(ctx))
+        if (r->echo(ctx) || r->m_stopRequested)
+            return;
+        // Text from an internal entity's own context is a copy of its
+        // replacement; an external entity's context has a file name and
+        // brings input of its own.
+        auto* c = static_cast<xmlParserCtxtPtr>(ctx);
+        bool internalCopy = ctx != r->m_ctxt && !(c->input && c->input->filename);
+        if (internalCopy && !r->expanded(size_t(len)))
             return;
         r->m_text.append(reinterpret_cast<const char*>(ch), size_t(len));
     }
@@ -161,10 +174,14 @@ struct Reader::Impl {
         Reader* r = self(ctx);
         if (r->echo(ctx))
             return;
+        if (r->m_stopRequested)
+            return;
         std::string_view n = sv(name);
         if (r->m_inlineInternal) {
             for (const auto& [iname, content] : r->m_internalEntities) {
                 if (iname == n) {
+                    if (!r->expanded(content.size() + xmlsafe::kEntityFixedCost))
+                        return;
                     r->m_text.append(content);
                     return;
                 }
@@ -266,31 +283,76 @@ int Reader::currentLine() const
     return c->input ? c->input->line : 0;
 }
 
+namespace {
+int readFd(void* context, char* buffer, int len)
+{
+    int fd = int(reinterpret_cast<intptr_t>(context));
+    for (;;) {
+        ssize_t n = ::read(fd, buffer, size_t(len));
+        if (n < 0 && errno == EINTR)
+            continue;
+        return int(n);
+    }
+}
+
+int closeFd(void* context)
+{
+    return ::close(int(reinterpret_cast<intptr_t>(context)));
+}
+}
+
+bool Reader::fail(const QString& file, const QString& message, int code)
+{
+    m_error = xmlsafe::XmlError();
+    m_error.present = true;
+    m_error.code = code;
+    m_error.file = file;
+    m_error.message = message;
+    if (m_errorHandler)
+        m_errorHandler->fatalError(m_error);
+    return false;
+}
+
+void* Reader::openParser(const QString& path, QString* reason)
+{
+    int fd = xmlsafe::openRegularFile(path, reason);
+    if (fd < 0)
+        return nullptr;
+    // Streams from the descriptor that was checked, not from a second open.
+    xmlParserCtxtPtr ctxt = xmlCreateIOParserCtxt(nullptr, nullptr, readFd, closeFd,
+                                                  reinterpret_cast<void*>(intptr_t(fd)),
+                                                  XML_CHAR_ENCODING_NONE);
+    if (!ctxt) {
+        if (reason)
+            *reason = QStringLiteral("Cannot read file \"%1\".").arg(path);
+        return nullptr;
+    }
+    QString abs = QFileInfo(path).absoluteFilePath();
+    QByteArray b = QFile::encodeName(abs);
+    if (ctxt->input && !ctxt->input->filename)
+        ctxt->input->filename =
+            reinterpret_cast<const char*>(xmlStrdup(reinterpret_cast<const xmlChar*>(b.constData())));
+    if (!ctxt->directory)
+        ctxt->directory = xmlParserGetDirectory(b.constData());
+    return ctxt;
+}
+
 bool Reader::parseFile(const QString& path)
 {
-    QFile f(path);
-    if (!f.open(QIODevice::ReadOnly)) {
-        m_error = xmlsafe::XmlError();
-        m_error.present = true;
-        m_error.code = XML_IO_LOAD_ERROR;
-        m_error.file = path;
-        m_error.message = QStringLiteral("Cannot read file \"%1\".").arg(path);
-        if (m_errorHandler)
-            m_errorHandler->fatalError(m_error);
-        return false;
+    // Folders set by the caller bound the file itself too, links followed.
+    if (m_allowedGiven) {
+        bool inside = false;
+        for (const QString& folder : m_allowed)
+            inside = inside || xmlsafe::liesInside(path, folder);
+        if (!inside)
+            return fail(QFileInfo(path).fileName(), xmlsafe::outsideFolderMessage(path), XML_IO_LOAD_ERROR);
+    } else {
+        m_allowed = QStringList{QFileInfo(path).absolutePath()};
     }
-    f.close();
-    if (m_allowed.isEmpty())
-        m_allowed << QFileInfo(path).absolutePath();
-    QByteArray p = QFile::encodeName(QFileInfo(path).absoluteFilePath());
-    xmlParserCtxtPtr ctxt;
-    {
-        // The file itself goes through the guarded loader too.
-        xmlsafe::EntityScope scope(QStringList(m_allowed) << QFileInfo(path).absolutePath());
-        ctxt = xmlCreateFileParserCtxt(p.constData());
-    }
+    QString reason;
+    auto* ctxt = static_cast<xmlParserCtxtPtr>(openParser(path, &reason));
     if (!ctxt)
-        return false;
+        return fail(path, reason, XML_IO_LOAD_ERROR);
     return run(ctxt, QFileInfo(path).fileName());
 }
 
@@ -299,6 +361,8 @@ bool Reader::parseMemory(const QByteArray& data, const QString& baseName)
     xmlParserCtxtPtr ctxt = xmlCreateMemoryParserCtxt(data.constData(), int(data.size()));
     if (!ctxt)
         return false;
+    if (!m_allowedGiven)
+        m_allowed.clear();
     if (!baseName.isEmpty()) {
         QByteArray b = QFile::encodeName(baseName);
         if (ctxt->input && !ctxt->input->filename)
@@ -306,8 +370,8 @@ bool Reader::parseMemory(const QByteArray& data, const QString& baseName)
                 reinterpret_cast<const xmlChar*>(b.constData())));
         if (!ctxt->directory)
             ctxt->directory = xmlParserGetDirectory(b.constData());
-        if (m_allowed.isEmpty())
-            m_allowed << QFileInfo(baseName).absolutePath();
+        if (!m_allowedGiven)
+            m_allowed = QStringList{QFileInfo(baseName).absolutePath()};
     }
     return run(ctxt, baseName);
 }
@@ -347,8 +411,10 @@ bool Reader::run(void* c, const QString& label)
 
     void* previous = m_ctxt;
     QString previousFile = m_currentFile;
+    size_t previousExpanded = m_expanded;
     m_ctxt = ctxt;
     m_currentFile = label;
+    m_expanded = 0;
     if (!previous) {
         m_error = xmlsafe::XmlError();
         m_nestedFailed = false;
@@ -370,6 +436,9 @@ bool Reader::run(void* c, const QString& label)
             ok = ctxt->wellFormed && !(cap.any() && cap.first().code == XML_IO_LOAD_ERROR);
         if (!ok && !m_error.present) {
             m_error = cap.first();
+            // libxml2 names every refused expansion a loop.
+            if (m_error.code == XML_ERR_ENTITY_LOOP && !xmlsafe::entityCycle(m_internalEntities))
+                m_error.message = xmlsafe::amplificationMessage(label);
             if (!m_error.present) {
                 m_error.present = true;
                 m_error.message = QStringLiteral("The document is not well-formed.");
@@ -381,6 +450,7 @@ bool Reader::run(void* c, const QString& label)
     hold->reader = holdReader;
     m_ctxt = previous;
     m_currentFile = previousFile;
+    m_expanded = previousExpanded;
 
     if (ctxt->myDoc) {
         xmlFreeDoc(ctxt->myDoc);
@@ -424,19 +494,17 @@ bool Reader::parseEntityFile(const QString& systemId)
         stop();
         return false;
     }
-    QFile f(path);
     bool ok = false;
-    if (!f.open(QIODevice::ReadOnly)) {
+    QString reason;
+    auto* nested = static_cast<xmlParserCtxtPtr>(openParser(path, &reason));
+    if (!nested) {
         m_error = xmlsafe::XmlError();
         m_error.present = true;
         m_error.code = XML_IO_LOAD_ERROR;
         m_error.file = QFileInfo(path).fileName();
-        m_error.message = QStringLiteral("Cannot read file \"%1\".").arg(path);
+        m_error.message = reason;
     } else {
-        f.close();
-        QByteArray p = QFile::encodeName(QFileInfo(path).absoluteFilePath());
-        xmlParserCtxtPtr nested = xmlCreateFileParserCtxt(p.constData());
-        if (nested) {
+        {
             // The entity's file is a document of its own: its entities are not
             // those of the book.
             auto saved = std::move(m_externalEntities);
@@ -454,6 +522,28 @@ bool Reader::parseEntityFile(const QString& systemId)
         stop();
     }
     return ok;
+}
+
+bool Reader::expanded(size_t bytes)
+{
+    m_expanded += bytes;
+    auto* ctxt = static_cast<xmlParserCtxtPtr>(m_ctxt);
+    if (!ctxt || !ctxt->input)
+        return true;
+    size_t consumed = size_t(ctxt->input->consumed) + size_t(ctxt->input->cur - ctxt->input->base);
+    if (!xmlsafe::amplificationExceeded(m_expanded, consumed))
+        return true;
+    m_text.clear();
+    m_text.shrink_to_fit();
+    m_error = xmlsafe::XmlError();
+    m_error.present = true;
+    m_error.code = XML_ERR_ENTITY_LOOP;
+    m_error.line = ctxt->input->line;
+    m_error.file = m_currentFile;
+    m_error.message = xmlsafe::amplificationMessage(m_currentFile);
+    m_nestedFailed = true;
+    stop();
+    return false;
 }
 
 } // namespace sax

@@ -86,10 +86,16 @@ public:
     void setInlineInternalEntities(bool on) { m_inlineInternal = on; }
     // Folders from which external entities may be read; default: the folder
     // of the parsed file.
-    void setAllowedFolders(const QStringList& folders) { m_allowed = folders; }
+    // The file that parseFile is given must lie inside them too.
+    void setAllowedFolders(const QStringList& folders)
+    {
+        m_allowed = folders;
+        m_allowedGiven = !folders.isEmpty();
+    }
 
     // Parses a file; false after an error, which the error handler (if any)
-    // has been shown.
+    // has been shown. Only a regular file is read (links followed): a FIFO,
+    // device or folder is refused at once.
     bool parseFile(const QString& path);
     bool parseMemory(const QByteArray& data, const QString& baseName = {});
     // Ends the parse after the current event.
@@ -105,6 +111,13 @@ public:
 private:
     bool run(void* ctxt, const QString& label);
     bool parseEntityFile(const QString& systemId);
+    // A parser context on a regular file, or null with a reason.
+    void* openParser(const QString& path, QString* reason);
+    bool fail(const QString& file, const QString& message, int code);
+    // Counts text that entities expanded to; false (and the parse stopped)
+    // when it exceeds the amplification rule.
+    bool expanded(size_t bytes);
+    size_t m_expanded = 0;
     // Events that libxml2 replays while it checks an entity it does not
     // substitute: they come from a context of their own and are not ours.
     bool echo(void* ctx) const { return !m_expand && ctx != m_ctxt; }
@@ -116,6 +129,7 @@ private:
     bool m_inlineInternal = true;
     std::vector<std::pair<std::string, std::string>> m_internalEntities;
     QStringList m_allowed;
+    bool m_allowedGiven = false;
     xmlsafe::XmlError m_error;
     void* m_ctxt = nullptr;
     friend struct Impl;

@@ -6,11 +6,21 @@
 #include <QStringDecoder>
 #include <QUrl>
 
+#include <libxml/SAX2.h>
 #include <libxml/parserInternals.h>
 #include <libxml/xmlerror.h>
 #include <libxml/xmlsave.h>
 
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <functional>
 #include <mutex>
+#include <unordered_map>
+#include <unordered_set>
 
 namespace xmlsafe {
 
@@ -24,6 +34,12 @@ QString canonical(const QString& path)
 {
     QFileInfo fi(path);
     QString c = fi.canonicalFilePath();
+    // A dangling link is judged by where it points: a file made there later
+    // would be what gets opened.
+    for (int hops = 0; c.isEmpty() && fi.isSymLink() && hops < 16; ++hops) {
+        fi = QFileInfo(fi.symLinkTarget());
+        c = fi.canonicalFilePath();
+    }
     if (c.isEmpty()) {
         // Not existing: resolve its folder.
         QString dir = QFileInfo(fi.absolutePath()).canonicalFilePath();
@@ -55,8 +71,18 @@ QString localPath(const char* url)
 xmlParserInputPtr guardedLoader(const char* url, const char* id, xmlParserCtxtPtr ctxt)
 {
     QString path = localPath(url);
-    if (!path.isEmpty() && isAllowed(path))
-        return g_defaultLoader(url, id, ctxt);
+    if (!path.isEmpty() && isAllowed(path)) {
+        // A FIFO would block the loader for ever.
+        QString reason;
+        int fd = openRegularFile(path, &reason);
+        if (fd >= 0) {
+            ::close(fd);
+            return g_defaultLoader(url, id, ctxt);
+        }
+        if (tl_capture)
+            tl_capture->recordMessage(reason);
+        return nullptr;
+    }
     QString msg = refusedEntityMessage(QString::fromUtf8(url ? url : id ? id : ""));
     if (tl_capture)
         tl_capture->recordMessage(msg);
@@ -117,6 +143,202 @@ QString refusedEntityMessage(const QString& url)
         .arg(url);
 }
 
+bool amplificationExceeded(size_t expanded, size_t consumed)
+{
+    return expanded > kExpansionAllowance && expanded / kMaxAmplification > consumed;
+}
+
+QString amplificationMessage(const QString& file)
+{
+    return QStringLiteral("The entities of \"%1\" expand to more than %2 times the size of the file "
+                          "(entity amplification); the file is not read.")
+        .arg(file)
+        .arg(kMaxAmplification);
+}
+
+namespace {
+// Names of the general entities referred to in a replacement text.
+std::vector<std::string> referencedNames(std::string_view text)
+{
+    std::vector<std::string> out;
+    size_t p = 0;
+    while ((p = text.find('&', p)) != std::string_view::npos) {
+        size_t end = text.find(';', p + 1);
+        if (end == std::string_view::npos)
+            break;
+        if (end > p + 1 && text[p + 1] != '#')
+            out.emplace_back(text.substr(p + 1, end - p - 1));
+        p = end + 1;
+    }
+    return out;
+}
+
+size_t saturatedAdd(size_t a, size_t b)
+{
+    return a > SIZE_MAX - b ? SIZE_MAX : a + b;
+}
+}
+
+bool entityCycle(const std::vector<std::pair<std::string, std::string>>& internalEntities)
+{
+    std::unordered_map<std::string, std::vector<std::string>> refs;
+    for (const auto& [name, content] : internalEntities)
+        refs.emplace(name, referencedNames(content));
+    // 1: on the current path, 2: done.
+    std::unordered_map<std::string, int> state;
+    std::function<bool(const std::string&)> visit = [&](const std::string& n) {
+        auto it = refs.find(n);
+        if (it == refs.end())
+            return false;
+        int& st = state[n];
+        if (st == 1)
+            return true;
+        if (st == 2)
+            return false;
+        st = 1;
+        for (const std::string& r : it->second)
+            if (visit(r))
+                return true;
+        state[n] = 2;
+        return false;
+    };
+    for (const auto& e : refs)
+        if (visit(e.first))
+            return true;
+    return false;
+}
+
+namespace {
+struct ExpansionSizer {
+    xmlDoc* doc;
+    std::unordered_map<xmlEntity*, size_t> memo;
+    std::unordered_set<xmlEntity*> active;
+
+    size_t entity(xmlEntity* e)
+    {
+        if (!e || e->etype != XML_INTERNAL_GENERAL_ENTITY)
+            return e && e->etype == XML_INTERNAL_PREDEFINED_ENTITY ? 1 : 0;
+        auto it = memo.find(e);
+        if (it != memo.end())
+            return it->second;
+        if (!active.insert(e).second)
+            return 0; // a loop: libxml2 refuses it on its own
+        std::string_view text = e->content ? reinterpret_cast<const char*>(e->content) : "";
+        size_t size = text.size();
+        for (const std::string& name : referencedNames(text)) {
+            xmlEntity* inner = xmlGetDocEntity(doc, reinterpret_cast<const xmlChar*>(name.c_str()));
+            size = saturatedAdd(size, saturatedAdd(kEntityFixedCost, entity(inner)));
+        }
+        active.erase(e);
+        memo[e] = size;
+        return size;
+    }
+
+    size_t nodes(xmlNode* n)
+    {
+        size_t total = 0;
+        for (; n; n = n->next) {
+            if (n->type == XML_ENTITY_REF_NODE) {
+                total = saturatedAdd(total, saturatedAdd(kEntityFixedCost, entity(xmlGetDocEntity(doc, n->name))));
+                continue;
+            }
+            if (n->type == XML_ELEMENT_NODE) {
+                for (xmlAttr* a = n->properties; a; a = a->next)
+                    total = saturatedAdd(total, nodes(a->children));
+                total = saturatedAdd(total, nodes(n->children));
+            }
+        }
+        return total;
+    }
+};
+}
+
+size_t expandedEntityText(xmlDoc* doc)
+{
+    if (!doc)
+        return 0;
+    ExpansionSizer sizer{doc, {}, {}};
+    size_t total = 0;
+    for (xmlNode* n = doc->children; n; n = n->next)
+        if (n->type == XML_ELEMENT_NODE)
+            total = saturatedAdd(total, sizer.nodes(n));
+    return total;
+}
+
+int openRegularFile(const QString& path, QString* reason)
+{
+    QByteArray p = QFile::encodeName(path);
+    // Non-blocking, so that opening a FIFO without a writer returns at once.
+    int fd = ::open(p.constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    if (fd < 0) {
+        if (reason)
+            *reason = QStringLiteral("Cannot read file \"%1\": %2.")
+                          .arg(path, QString::fromLocal8Bit(std::strerror(errno)));
+        return -1;
+    }
+    struct stat st;
+    if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
+        QString kind = S_ISDIR(st.st_mode)    ? QStringLiteral("a folder")
+                       : S_ISFIFO(st.st_mode) ? QStringLiteral("a FIFO")
+                       : S_ISSOCK(st.st_mode) ? QStringLiteral("a socket")
+                       : (S_ISCHR(st.st_mode) || S_ISBLK(st.st_mode)) ? QStringLiteral("a device")
+                                                                       : QStringLiteral("not a file");
+        if (reason)
+            *reason = QStringLiteral("\"%1\" is %2, not a regular file, and is not read.").arg(path, kind);
+        ::close(fd);
+        return -1;
+    }
+    int flags = ::fcntl(fd, F_GETFL);
+    if (flags >= 0)
+        ::fcntl(fd, F_SETFL, flags & ~O_NONBLOCK);
+    return fd;
+}
+
+bool readRegularFile(const QString& path, QByteArray& out, QString* reason)
+{
+    out.clear();
+    int fd = openRegularFile(path, reason);
+    if (fd < 0)
+        return false;
+    struct stat st;
+    if (::fstat(fd, &st) == 0 && st.st_size > 0)
+        out.reserve(qsizetype(st.st_size));
+    char buf[65536];
+    for (;;) {
+        ssize_t n = ::read(fd, buf, sizeof buf);
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n < 0) {
+            if (reason)
+                *reason = QStringLiteral("Cannot read file \"%1\": %2.")
+                              .arg(path, QString::fromLocal8Bit(std::strerror(errno)));
+            ::close(fd);
+            out.clear();
+            return false;
+        }
+        if (n == 0)
+            break;
+        out.append(buf, qsizetype(n));
+    }
+    ::close(fd);
+    return true;
+}
+
+bool liesInside(const QString& path, const QString& folder)
+{
+    if (path.isEmpty() || folder.isEmpty())
+        return false;
+    QString root = canonical(folder);
+    if (!root.endsWith(QLatin1Char('/')))
+        root += QLatin1Char('/');
+    return canonical(path).startsWith(root);
+}
+
+QString outsideFolderMessage(const QString& path)
+{
+    return QStringLiteral("\"%1\" lies outside the project folder and is not read.").arg(path);
+}
+
 ErrorCapture::ErrorCapture()
 {
     init();
@@ -156,17 +378,43 @@ void ErrorCapture::recordMessage(const QString& message)
 }
 
 namespace {
-DocPtr finishRead(xmlParserCtxtPtr ctxt, xmlDocPtr doc, ErrorCapture& cap, XmlError* error)
+// Internal entity declarations as the parser meets them, for telling a loop
+// from an amplification after a failed parse (the document is gone then).
+thread_local std::vector<std::pair<std::string, std::string>>* tl_declared = nullptr;
+
+void recordingEntityDecl(void* ctx, const xmlChar* name, int type, const xmlChar* publicId,
+                         const xmlChar* systemId, xmlChar* content)
+{
+    if (tl_declared && type == XML_INTERNAL_GENERAL_ENTITY && name)
+        tl_declared->emplace_back(reinterpret_cast<const char*>(name),
+                                  content ? reinterpret_cast<const char*>(content) : "");
+    xmlSAX2EntityDecl(ctx, name, type, publicId, systemId, content);
+}
+
+DocPtr finishRead(xmlParserCtxtPtr ctxt, xmlDocPtr doc, ErrorCapture& cap, XmlError* error,
+                  const QString& file, size_t inputSize,
+                  const std::vector<std::pair<std::string, std::string>>& declared)
 {
     bool bad = !doc || !ctxt->wellFormed || cap.any() ||
                ((ctxt->options & XML_PARSE_DTDVALID) && !ctxt->valid);
-    if (bad) {
+    // References left in the tree expand when its text is read: bound them
+    // as libxml2 bounds the entities it substitutes.
+    bool amplified = !bad && amplificationExceeded(expandedEntityText(doc), inputSize);
+    if (bad || amplified) {
         if (error) {
             *error = cap.first();
+            if (amplified || (error->code == XML_ERR_ENTITY_LOOP && !entityCycle(declared))) {
+                *error = XmlError();
+                error->present = true;
+                error->code = XML_ERR_ENTITY_LOOP;
+                error->message = amplificationMessage(file);
+            }
             if (!error->present) {
                 error->present = true;
                 error->message = QStringLiteral("The document is not valid.");
             }
+            if (error->file.isEmpty())
+                error->file = file;
         }
         if (doc)
             xmlFreeDoc(doc);
@@ -198,9 +446,16 @@ DocPtr readMemory(const QByteArray& data, const QString& baseName, int options, 
     if (!ctxt)
         return nullptr;
     QByteArray base = QFile::encodeName(baseName);
+    std::vector<std::pair<std::string, std::string>> declared;
+    auto* previousDeclared = tl_declared;
+    tl_declared = &declared;
+    ctxt->sax->entityDecl = recordingEntityDecl;
     xmlDocPtr doc = xmlCtxtReadMemory(ctxt, data.constData(), int(data.size()),
                                       base.isEmpty() ? nullptr : base.constData(), nullptr, opts);
-    DocPtr result = finishRead(ctxt, doc, cap, error);
+    tl_declared = previousDeclared;
+    DocPtr result = finishRead(ctxt, doc, cap, error,
+                               baseName.isEmpty() ? QString() : QFileInfo(baseName).fileName(),
+                               size_t(data.size()), declared);
     xmlFreeParserCtxt(ctxt);
     return result;
 }
@@ -208,18 +463,17 @@ DocPtr readMemory(const QByteArray& data, const QString& baseName, int options, 
 DocPtr readFile(const QString& path, int options, bool validate, XmlError* error)
 {
     QByteArray data;
-    QFile f(path);
-    if (!f.open(QIODevice::ReadOnly)) {
+    QString reason;
+    if (!readRegularFile(path, data, &reason)) {
         if (error) {
             *error = XmlError();
             error->present = true;
             error->code = XML_IO_LOAD_ERROR;
             error->file = path;
-            error->message = QStringLiteral("Cannot read file \"%1\".").arg(path);
+            error->message = reason;
         }
         return nullptr;
     }
-    data = f.readAll();
     return readMemory(data, QFileInfo(path).absoluteFilePath(), options, validate, error);
 }
 

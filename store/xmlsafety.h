@@ -10,6 +10,8 @@
 
 #include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace xmlsafe {
 
@@ -67,6 +69,35 @@ private:
 
 // The message of the refusal of an entity that lies outside the allowed folders.
 QString refusedEntityMessage(const QString& url);
+
+// Entity expansion, by libxml2's amplification rule: past a fixed allowance
+// the text that entities expand to (each reference also costing a fixed
+// amount) may not exceed kMaxAmplification times the input read so far.
+constexpr size_t kExpansionAllowance = 1000000;
+constexpr size_t kMaxAmplification = 5;
+constexpr size_t kEntityFixedCost = 20;
+bool amplificationExceeded(size_t expanded, size_t consumed);
+QString amplificationMessage(const QString& file);
+// Whether internal entities (name, replacement text) refer to each other in
+// a cycle: only then is a refusal of libxml2 a loop and not an amplification.
+bool entityCycle(const std::vector<std::pair<std::string, std::string>>& internalEntities);
+// The size of the text that the entity references of a parsed document
+// expand to (what reading its text would build), each reference with its
+// fixed cost; saturates instead of overflowing.
+size_t expandedEntityText(xmlDoc* doc);
+
+// Files that may be read: regular files only, after following links; a
+// FIFO, device, socket or folder is refused at once, without blocking.
+// Opens path for reading (the caller closes the descriptor); -1 with a
+// reason in *reason.
+int openRegularFile(const QString& path, QString* reason);
+// Reads a whole regular file; false with a reason.
+bool readRegularFile(const QString& path, QByteArray& out, QString* reason = nullptr);
+// True when path, with every link followed, lies inside folder (also
+// resolved). A path that does not exist is judged by its existing part.
+bool liesInside(const QString& path, const QString& folder);
+// The refusal of a path outside the project folder.
+QString outsideFolderMessage(const QString& path);
 
 struct DocDeleter {
     void operator()(xmlDoc* d) const { xmlFreeDoc(d); }

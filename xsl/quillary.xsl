@@ -16,7 +16,12 @@
   <book lang="{$language}">
     <bookinfo>
       <title><xsl:value-of select="title[@lang = $language]"/></title>
-      <xsl:if test="normalize-space($cover.image) != ''">
+      <xsl:variable name="cover.allowed">
+        <xsl:call-template name="allowed.address">
+          <xsl:with-param name="address" select="string($cover.image)"/>
+        </xsl:call-template>
+      </xsl:variable>
+      <xsl:if test="normalize-space($cover.image) != '' and $cover.allowed = 'yes'">
         <!-- The cover stands on the title page: the subtitle is the one part
              of the book's info that every DocBook title page shows below the title. -->
         <subtitle>
@@ -135,8 +140,31 @@
   <anchor id="{@id}"/>
 </xsl:template>
 
+<!-- "yes" when an address may be published: an http, https, mailto or ftp
+     address, a relative path or an id. A hand-edited file may carry a
+     javascript:, vbscript:, data: or file: address; it is read as a browser
+     reads it, without blanks, tabs and line breaks and in any letter case. -->
+<xsl:template name="allowed.address">
+  <xsl:param name="address"/>
+  <xsl:variable name="a"
+                select="translate($address, concat('ABCDEFGHIJKLMNOPQRSTUVWXYZ', '&#9;&#10;&#13; '),
+                                  'abcdefghijklmnopqrstuvwxyz')"/>
+  <xsl:variable name="scheme" select="substring-before($a, ':')"/>
+  <xsl:choose>
+    <xsl:when test="not(contains($a, ':'))">yes</xsl:when>
+    <xsl:when test="contains($scheme, '/') or contains($scheme, '?') or contains($scheme, '#')">yes</xsl:when>
+    <xsl:when test="$scheme = 'http' or $scheme = 'https' or $scheme = 'mailto' or $scheme = 'ftp'">yes</xsl:when>
+    <xsl:otherwise>no</xsl:otherwise>
+  </xsl:choose>
+</xsl:template>
+
 <xsl:template match="link">
   <xsl:variable name="ref" select="string(@ref)"/>
+  <xsl:variable name="allowed">
+    <xsl:call-template name="allowed.address">
+      <xsl:with-param name="address" select="$ref"/>
+    </xsl:call-template>
+  </xsl:variable>
   <xsl:variable name="topic" select="key('topic', $ref)"/>
   <xsl:variable name="anchor" select="key('anchor', concat($language, ' ', $ref))"/>
   <xsl:choose>
@@ -162,6 +190,10 @@
         </xsl:otherwise>
       </xsl:choose>
     </xsl:when>
+    <xsl:when test="$allowed != 'yes'">
+      <!-- No link: the label stays as text, the address is not published. -->
+      <xsl:value-of select="@weblabel"/>
+    </xsl:when>
     <xsl:when test="@weblabel or contains($ref, ':') or starts-with($ref, 'www.')">
       <ulink url="{$ref}">
         <xsl:choose>
@@ -177,16 +209,29 @@
 </xsl:template>
 
 <xsl:template name="imageobject">
-  <imageobject>
-    <imagedata fileref="{translate(@file, '\', '/')}">
-      <xsl:if test="@scale and number(@scale) = number(@scale) and number(@scale) != 100">
-        <xsl:attribute name="scale"><xsl:value-of select="@scale"/></xsl:attribute>
+  <xsl:variable name="allowed">
+    <xsl:call-template name="allowed.address">
+      <xsl:with-param name="address" select="string(@file)"/>
+    </xsl:call-template>
+  </xsl:variable>
+  <xsl:choose>
+    <xsl:when test="$allowed = 'yes'">
+      <imageobject>
+        <imagedata fileref="{translate(@file, '\', '/')}">
+          <xsl:if test="@scale and number(@scale) = number(@scale) and number(@scale) != 100">
+            <xsl:attribute name="scale"><xsl:value-of select="@scale"/></xsl:attribute>
+          </xsl:if>
+        </imagedata>
+      </imageobject>
+      <xsl:if test="normalize-space(.) != ''">
+        <textobject><phrase><xsl:value-of select="normalize-space(.)"/></phrase></textobject>
       </xsl:if>
-    </imagedata>
-  </imageobject>
-  <xsl:if test="normalize-space(.) != ''">
-    <textobject><phrase><xsl:value-of select="normalize-space(.)"/></phrase></textobject>
-  </xsl:if>
+    </xsl:when>
+    <xsl:otherwise>
+      <!-- An image from a script or data address is left out; its caption stays. -->
+      <textobject><phrase><xsl:value-of select="normalize-space(.)"/></phrase></textobject>
+    </xsl:otherwise>
+  </xsl:choose>
 </xsl:template>
 
 <xsl:template match="image">

@@ -62,10 +62,11 @@ TEST(ConvHtmlWalker, EventsOfEveryTag)
          "7 @5=a.png @6=png @7=5 @17=t1 @3=online 'C ' 17 'b' 18 8"},
         // An image wrapper without IMG goes with its caption.
         {"<p title=\"image\"><br><em title=\"image\">C</em></p>", ""},
-        // B, I, FONT, SPAN and every other tag go with their content.
+        // B, I and SPAN dissolve into their text; FONT and every other tag
+        // go with their content.
         {"<p>a<b>b</b><i>i</i><font>f</font><span>s</span><br>z</p><h2>h</h2><hr><table><tr><td>t</td></tr></table>"
          "<img src=\"x\">",
-         "5 'a' 'z' 6"},
+         "5 'a' 'b' 'i' 's' 'z' 6"},
         // Notice: the first title-like DD is the title, later ones paragraphs.
         {"<dl><dd><strong>N</strong></dd><dd>a</dd><dd><strong>b</strong></dd><dd><strong>c</strong> d</dd><dd></dd></dl>",
          "13 15 'N' 16 31 'a' 32 31 17 'b' 18 32 31 17 'c' 18 ' d' 32 31 32 14"},
@@ -88,8 +89,9 @@ TEST(ConvHtmlWalker, FileUrlsUnderTheBaseComeBackRelative)
                          "<a href=\"file:///other/topic3\" target=\"local\">x</a>"
                          "<a href=\"FILE:///home/author/manual/topic3\" target=\"local\">x</a></p>",
                          box, base),
-              "1 7 @5=img/a.png @6=png @7=9 8 5 9 @8=topic3 10 9 @8=file:///other/topic3 10 "
-              "9 @8=FILE:///home/author/manual/topic3 10 6 2");
+              // Other file URLs stay absolute, and file: addresses are refused.
+              "1 7 @5=img/a.png @6=png @7=9 8 5 9 @8=topic3 10 9 @8= 10 "
+              "9 @8= 10 6 2");
     cHTMLDoc none(box); // no document: nothing is sent
     Recorder r;
     none.StartParsing(r);

@@ -212,3 +212,33 @@ TEST_F(SessionFixture, ASaveThatCannotMergeWritesNothingAndKeepsTheText)
         EXPECT_TRUE(surface.bodyHTML().contains(QStringLiteral("New text")));
     }
 }
+
+// A chapter whose entities come from a DTD that cannot be read keeps its
+// document type through a rewrite, so the references still resolve.
+TEST_F(SessionFixture, ARewriteKeepsTheDocumentTypeOfItsReferences)
+{
+    newProject({"en", "de"});
+    addChapter(QStringLiteral("Intro"));
+    addTopic(QStringLiteral("Intro"), QStringLiteral("Spaced"));
+    addTopic(QStringLiteral("Intro"), QStringLiteral("Plain"));
+    session.closeProject();
+    const QString file = session.project().getChapterFile(QStringLiteral("Intro"));
+    QString text = readText(file);
+    text.replace(QStringLiteral("<onelang lang=\"de\"></onelang></topic><topic"),
+                 QStringLiteral("<onelang lang=\"de\"><p>a&nbsp;b</p></onelang></topic><topic"));
+    writeUtf16(file, QStringLiteral("<!DOCTYPE chapter SYSTEM \"chapter.dtd\">") + text);
+    box.setDefault(MsgAnswer::Yes);
+    session.openProject(projectFile);
+    ASSERT_TRUE(session.isOpen());
+    click(QStringLiteral("Intro\\Plain"));
+    box.clear();
+    typeAndSave(QStringLiteral("<h1>Plain</h1><p>Saved beside a reference</p>"));
+    EXPECT_TRUE(box.empty()) << box.last().toStdString();
+    const QString after = readText(file);
+    EXPECT_TRUE(after.startsWith(QStringLiteral("<!DOCTYPE chapter SYSTEM \"chapter.dtd\"><chapter>")));
+    EXPECT_TRUE(after.contains(QStringLiteral("<p>a&nbsp;b</p>")));
+    EXPECT_TRUE(after.contains(QStringLiteral("Saved beside a reference")));
+    session.closeProject();
+    for (const QString& line : treeFromFiles(projectFile))
+        EXPECT_FALSE(line.startsWith(QStringLiteral("BOX:"))) << line.toStdString();
+}

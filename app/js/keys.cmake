@@ -1,0 +1,31 @@
+# quillary_page_keys(OUT): writes a C++ header with the message keys of the
+# page (keys.json beside this file), so that C++ and the page scripts name
+# every field and command from the same list. Runs at configure time.
+set(QUILLARY_PAGE_KEYS_JSON ${CMAKE_CURRENT_LIST_DIR}/keys.json)
+
+function(quillary_page_keys out)
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${QUILLARY_PAGE_KEYS_JSON})
+    file(READ ${QUILLARY_PAGE_KEYS_JSON} json)
+    set(text "// Generated from app/js/keys.json by app/js/keys.cmake: edit the JSON.\n")
+    string(APPEND text "#pragma once\n#include <QString>\n\nnamespace pagekeys {\n")
+    string(JSON groups LENGTH "${json}")
+    math(EXPR last "${groups} - 1")
+    foreach(i RANGE ${last})
+        string(JSON group MEMBER "${json}" ${i})
+        string(APPEND text "namespace ${group} {\n")
+        string(JSON count LENGTH "${json}" ${group})
+        math(EXPR lastKey "${count} - 1")
+        foreach(j RANGE ${lastKey})
+            string(JSON key MEMBER "${json}" ${group} ${j})
+            string(JSON value GET "${json}" ${group} ${key})
+            if(NOT key MATCHES "^[A-Za-z_][A-Za-z0-9_]*$" OR value MATCHES "[\"\\\\]")
+                message(FATAL_ERROR "keys.json: ${group}.${key} is no plain name")
+            endif()
+            string(APPEND text "inline const QString ${key} = QStringLiteral(\"${value}\");\n")
+        endforeach()
+        string(APPEND text "} // namespace ${group}\n")
+    endforeach()
+    string(APPEND text "} // namespace pagekeys\n")
+    # Written only when changed, so that a reconfigure rebuilds nothing.
+    file(CONFIGURE OUTPUT ${out} CONTENT "${text}" @ONLY)
+endfunction()
