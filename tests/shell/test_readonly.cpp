@@ -161,6 +161,9 @@ protected:
     }
 
     QString tooLarge() const { return QString::fromLocal8Bit(std::strerror(EFBIG)); }
+
+    void permissionsTakenAway();
+    void opensReadOnly();
 };
 
 } // namespace
@@ -247,9 +250,12 @@ TEST_F(ReadOnlyProject, EveryWritingCommandIsRefusedAndChangesNothing)
 // The same with the folder's permissions taken away, as a user would.
 TEST_F(ReadOnlyProject, PermissionsTakenAwayRefuseEveryWrite)
 {
-    if (geteuid() == 0)
-        GTEST_SKIP() << "running as root: permissions do not stop root's writes "
-                        "(the test above makes writes fail another way)";
+    // As root, in a child process that has given up root's rights.
+    ASSERT_TRUE(runUnprivileged([&] { permissionsTakenAway(); }, {dir.path()}));
+}
+
+void ReadOnlyProject::permissionsTakenAway()
+{
     const QString why = QString::fromLocal8Bit(std::strerror(EACCES));
     const auto chmodAll = [&](bool writable) {
         QDirIterator it(folder, QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot, QDirIterator::Subdirectories);
@@ -290,8 +296,11 @@ TEST_F(ReadOnlyProject, PermissionsTakenAwayRefuseEveryWrite)
 // instead of failing at the first write.
 TEST_F(ReadOnlyProject, AProjectThatCannotBeWrittenOpensReadOnly)
 {
-    if (geteuid() == 0)
-        GTEST_SKIP() << "running as root: permissions do not stop root's writes";
+    ASSERT_TRUE(runUnprivileged([&] { opensReadOnly(); }, {dir.path()}));
+}
+
+void ReadOnlyProject::opensReadOnly()
+{
     const QString chapter = session.project().getChapterFile(QStringLiteral("One"));
     const QString path = session.project().GetProjectFile();
     session.resetWorkspace();

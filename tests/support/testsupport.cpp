@@ -8,6 +8,13 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <gtest/gtest.h>
+
+#include <grp.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
 #include <stdexcept>
 
 namespace testing_support {
@@ -103,6 +110,47 @@ QString copySample(const QString& dir, const QString& sub)
     const QString to = sub.isEmpty() ? dir : dir + QLatin1Char('/') + sub;
     copyTree(sampleFolder(), to);
     return to + QStringLiteral("/sample.qly");
+}
+
+namespace {
+
+void chownTree(const QString& folder, uid_t uid, gid_t gid)
+{
+    ::chown(QFile::encodeName(folder).constData(), uid, gid);
+    QDirIterator it(folder, QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
+                    QDirIterator::Subdirectories);
+    while (it.hasNext())
+        ::lchown(QFile::encodeName(it.next()).constData(), uid, gid);
+}
+
+} // namespace
+
+bool runUnprivileged(const std::function<void()>& body, const QStringList& folders)
+{
+    if (::geteuid() != 0) {
+        body();
+        return !::testing::Test::HasFailure();
+    }
+    constexpr uid_t kNobody = 65534;
+    constexpr gid_t kNogroup = 65534;
+    for (const QString& f : folders)
+        chownTree(f, kNobody, kNogroup);
+    std::fflush(stdout);
+    std::fflush(stderr);
+    const pid_t pid = ::fork();
+    if (pid == 0) {
+        if (::setgroups(0, nullptr) != 0 || ::setgid(kNogroup) != 0 || ::setuid(kNobody) != 0)
+            ::_exit(3);
+        body();
+        std::fflush(stdout);
+        std::fflush(stderr);
+        ::_exit(::testing::Test::HasFailure() ? 1 : 0);
+    }
+    int status = 0;
+    const bool started = pid > 0 && ::waitpid(pid, &status, 0) == pid;
+    for (const QString& f : folders)
+        chownTree(f, 0, 0);
+    return started && WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
 } // namespace testing_support

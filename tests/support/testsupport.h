@@ -7,6 +7,8 @@
 #include <QByteArray>
 #include <QString>
 #include <QStringList>
+
+#include <functional>
 #include <QTemporaryDir>
 
 namespace testing_support {
@@ -44,6 +46,12 @@ void copyTree(const QString& from, const QString& to);
 // A writable copy of the sample project in dir (or dir/sub); returns its
 // .qly path.
 QString copySample(const QString& dir, const QString& sub = {});
+
+// Runs body in a child process as the unprivileged user "nobody" when this
+// process is root (as in CI), so that permissions are real; else runs it
+// here. The folders are handed to that user first and given back after.
+// Returns false when the child could not be started or failed.
+bool runUnprivileged(const std::function<void()>& body, const QStringList& folders);
 
 } // namespace testing_support
 
