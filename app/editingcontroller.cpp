@@ -205,7 +205,7 @@ bool EditingController::active()
         return false;
     if (m_session.topic().State == QLatin1String("complete"))
         return false;
-    return !m_surface->busy();
+    return m_surface->waitReady();
 }
 
 void EditingController::failed()
@@ -246,7 +246,7 @@ void EditingController::apply(const ToolState& s)
 
 void EditingController::updateDisplay()
 {
-    if (m_updating || m_inCommand) {
+    if (m_updating || m_inCommand || (m_surface && m_surface->inCall())) {
         // Comes again when the page is free; the handles of the running
         // command must not be spent by a second question to the page.
         if (!m_again) {

@@ -131,6 +131,10 @@ QUrl WebSurface::baseUrl() const
 
 void WebSurface::loadPage(const QString& html)
 {
+    // A load started over one in progress aborts it, and the aborted load's
+    // finish would end the wait for the new one.
+    if (m_loading)
+        waitForLoad();
     m_loading = true;
     m_ownLoad = true;
     m_loadOk = false;
@@ -158,11 +162,17 @@ bool WebSurface::waitForLoad()
     return m_loadOk;
 }
 
-bool WebSurface::busy()
+bool WebSurface::waitReady()
 {
-    if (m_loading)
-        waitForLoad();
-    return m_loading;
+    if (m_loading && !waitForLoad())
+        noAnswer();
+    return !m_loading;
+}
+
+void WebSurface::noAnswer()
+{
+    m_lastOk = false;
+    ++m_unanswered;
 }
 
 QVariant WebSurface::runScript(const QString& js, bool* ok)
@@ -181,10 +191,14 @@ QVariant WebSurface::runScript(const QString& js, bool* ok)
         answer->done = true;
         answer->loop.quit();
     });
+    ++m_calls;
     waitForAnswer(answer->done, answer->loop);
+    --m_calls;
     m_lastOk = answer->done;
-    if (!answer->done)
+    if (!answer->done) {
+        ++m_unanswered;
         qWarning("WebSurface: the page did not answer in time");
+    }
     if (ok)
         *ok = answer->done;
     return answer->value;
@@ -235,7 +249,7 @@ bool WebSurface::ensureAgent()
 void WebSurface::afterLoad()
 {
     if (!ensureAgent())
-        m_lastOk = false;
+        noAnswer();
 }
 
 void WebSurface::setDocumentHTML(const QString& html)
@@ -251,7 +265,7 @@ void WebSurface::setDocumentHTML(const QString& html)
         loadPage(html);
     }
     if (!waitForLoad()) {
-        m_lastOk = false;
+        noAnswer();
         return;
     }
     afterLoad();
@@ -321,7 +335,7 @@ void WebSurface::saveDocument(const QString& path)
     bool ok = false;
     QVariantMap snap = runScript(agentCall("snapshot"), &ok).toMap();
     if (!ok || !snap.contains(pagekeys::snapshot::gen)) {
-        m_lastOk = false;
+        noAnswer();
         return;
     }
     if (!path.isEmpty()) {

@@ -34,7 +34,8 @@ public:
     void saveDocument(const QString& path) override;
     bool browseMode() const override { return m_browse; }
     void setBrowseMode(bool on) override;
-    bool busy() override;
+    bool waitReady() override;
+    int unansweredCalls() const override { return m_unanswered; }
 
     // Runs JavaScript in the agent's world (window.__q is the agent) and
     // returns its completion value; invalid on an exception or timeout.
@@ -47,6 +48,9 @@ public:
     // Marks the page changed, as a user edit would.
     void setDirty();
     bool lastCallOk() const { return m_lastOk; }
+    // True while a call waits for the page's answer. A second call from
+    // inside that wait can leave both unanswered.
+    bool inCall() const { return m_calls > 0; }
 
     // Finds and highlights the next match; the number of matches (0: none).
     int find(const QString& text, QWebEnginePage::FindFlags flags = {});
@@ -71,6 +75,7 @@ private:
     bool ensureAgent();
     QUrl baseUrl() const;
     void pageMessage(const QString& message);
+    void noAnswer();
 
     QWebEngineProfile* m_profile = nullptr;
     QString m_base;
@@ -79,6 +84,8 @@ private:
     bool m_ownLoad = false;
     bool m_loadOk = false;
     bool m_lastOk = true;
+    int m_unanswered = 0;
+    int m_calls = 0;
     int m_loadTimeout = 20000;
     int m_scriptTimeout = 10000;
     QWebEnginePage::FindFlags m_findFlags;

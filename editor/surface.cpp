@@ -28,6 +28,10 @@ void FakeSurface::setDocumentHTML(const QString& html)
 
 void FakeSurface::saveDocument(const QString& path)
 {
+    if (silent) {
+        ++m_unanswered;
+        return;
+    }
     fileio::atomicReplace(path, documentHTML().toUtf8());
     m_dirty = false;
 }

@@ -26,8 +26,12 @@ public:
     // Browse mode: the page shows but does not edit.
     virtual bool browseMode() const = 0;
     virtual void setBrowseMode(bool on) = 0;
-    // True while the page is loading; the real surface waits in an event loop.
-    virtual bool busy() = 0;
+    // Waits for a load in progress; false when the page did not finish in
+    // time (the real surface waits in an event loop, never spins).
+    virtual bool waitReady() = 0;
+    // How many calls so far went unanswered. What such a call returned (an
+    // empty body, say) is not the page's content and must never be stored.
+    virtual int unansweredCalls() const = 0;
 };
 
 // Splits a page at its BODY: up to and with the BODY's start tag, the BODY's
@@ -39,7 +43,14 @@ bool splitAtBody(const QString& html, QString& head, QString& body, QString& tai
 class FakeSurface : public EditSurface {
 public:
     void setDocumentHTML(const QString& html) override;
-    QString bodyHTML() override { return m_body; }
+    QString bodyHTML() override
+    {
+        if (silent) {
+            ++m_unanswered;
+            return {};
+        }
+        return m_body;
+    }
     void setBodyHTML(const QString& html) override
     {
         m_body = html;
@@ -52,11 +63,20 @@ public:
     }
     void setBaseURL(const QString& folder) override { m_base = folder; }
     QString baseURL() const override { return m_base; }
-    bool isDirty() override { return m_dirty; }
+    bool isDirty() override
+    {
+        if (silent)
+            ++m_unanswered;
+        return m_dirty || silent;
+    }
     void saveDocument(const QString& path) override;
     bool browseMode() const override { return m_browse; }
     void setBrowseMode(bool on) override { m_browse = on; }
-    bool busy() override { return false; }
+    bool waitReady() override { return !silent; }
+    int unansweredCalls() const override { return m_unanswered; }
+
+    // A page that has stopped answering: reads give nothing and count as unanswered.
+    bool silent = false;
 
     // What a user does: edit the body (sets the dirty flag).
     void userEdit(const QString& html) { setBodyHTML(html); }
@@ -67,4 +87,5 @@ private:
     QString m_shell, m_head, m_tail, m_body, m_base;
     bool m_dirty = false;
     bool m_browse = false;
+    int m_unanswered = 0;
 };

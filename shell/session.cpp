@@ -141,8 +141,7 @@ QString Session::pageShell(const QString& online, const QString& print, const QS
 void Session::showEmptyPage()
 {
     m_surface.setDocumentHTML(pageShell(onlineColor, printColor, anchorColor));
-    while (m_surface.busy()) {
-    }
+    m_surface.waitReady();
     clearDirty();
 }
 

@@ -66,13 +66,16 @@ void Session::ShowTopic(const NodePtr& node)
         return;
     bool wasShown = shownTopic() != nullptr;
     QString xml = GetTopic(node->Key, mCommon::getChapterFromPath(node->FullPath()), QStringLiteral("topic"));
+    const int unanswered = m_surface.unansweredCalls();
     m_surface.setBrowseMode(false);
     showEmptyPage();
     setEditorBase();
     TopicToEditor(xml, m_surface, m_box);
-    while (m_surface.busy()) {
-    }
+    m_surface.waitReady();
     clearDirty();
+    // A page that did not answer may hold part of the topic or none: it is
+    // not offered for editing, so nothing of it can be saved over the file.
+    const bool shownWhole = m_surface.unansweredCalls() == unanswered;
     m_saveFailed = false;
     if (!wasShown)
         editState();
@@ -84,15 +87,18 @@ void Session::ShowTopic(const NodePtr& node)
     setPanel(3, m_topic.Stamp);
     m_view->setActElement(QString());
     m_view->setCompleteChecked(complete);
-    if (isReadOnly() || complete) {
+    if (isReadOnly() || complete || !shownWhole) {
         m_surface.setBrowseMode(true);
         readOnlyState();
         copyFindState();
-        if (complete)
+        if (complete && shownWhole)
             completeTopicState();
     } else {
         editState();
     }
+    if (!shownWhole)
+        m_box.stop(QStringLiteral("The editing page did not answer, so topic \"") + node->Text +
+                   QStringLiteral("\" may not be shown whole. It stays read-only until it is shown again."));
 }
 
 void Session::clickOnTopic(const NodePtr& node)
@@ -261,7 +267,16 @@ bool Session::changeTopic(int action, QString xml, QString title, QString id)
             m_box.exclamation(text);
             return false;
         };
-        if (!topicTitleFromBody(m_surface.bodyHTML(), newTitle))
+        // A page that did not answer gave no content: storing what came back
+        // would replace the topic with nothing.
+        const int unanswered = m_surface.unansweredCalls();
+        const QString body = m_surface.bodyHTML();
+        if (m_surface.unansweredCalls() != unanswered) {
+            m_box.stop(QStringLiteral("The editing page did not answer, so topic \"") + node->Text +
+                       QStringLiteral("\" was not saved. Its text stays on the page; save again in a moment."));
+            return false;
+        }
+        if (!topicTitleFromBody(body, newTitle))
             return refuse(QStringLiteral("Topic without title can not be saved!"));
         if (newTitle != node->Text && titleExists(node, newTitle))
             return refuse(QStringLiteral("Topic with same name already exists! Topic may not be saved!"));
@@ -271,7 +286,7 @@ bool Session::changeTopic(int action, QString xml, QString title, QString id)
         }
         const QString oldStamp = m_topic.Stamp;
         m_topic.Stamp = mCommon::nowStamp();
-        QString single = EditorToTopic(m_surface, m_topic, m_box);
+        QString single = bodyHTMLToTopic(body, m_surface.baseURL(), m_topic, m_box);
         QString message;
         if (!validateTopic(single, message)) {
             m_topic.Stamp = oldStamp;

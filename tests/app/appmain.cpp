@@ -1,6 +1,7 @@
 // Test main for widgets and the web page: a QApplication on the offscreen
 // platform, Chromium without sandbox and GPU, private configuration and
 // temporary folders.
+#include "apptestsupport.h"
 #include "webenginesetup.h"
 #include "xmlsafety.h"
 
@@ -8,6 +9,35 @@
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
+
+namespace {
+
+int g_expectedTimeouts = 0;
+QtMessageHandler g_previous = nullptr;
+
+// The page's time-out warnings fail the test: a stalled page must never
+// pass unnoticed behind a green run.
+void failOnPageTimeouts(QtMsgType type, const QMessageLogContext& context, const QString& message)
+{
+    if (type == QtWarningMsg && g_expectedTimeouts == 0 &&
+        (message.contains(QLatin1String("the page did not answer in time")) ||
+         message.contains(QLatin1String("did not finish loading in time"))))
+        ADD_FAILURE() << "page time-out: " << message.toStdString();
+    if (g_previous)
+        g_previous(type, context, message);
+}
+
+} // namespace
+
+app_testing::ExpectPageTimeouts::ExpectPageTimeouts()
+{
+    ++g_expectedTimeouts;
+}
+
+app_testing::ExpectPageTimeouts::~ExpectPageTimeouts()
+{
+    --g_expectedTimeouts;
+}
 
 int main(int argc, char** argv)
 {
@@ -25,5 +55,6 @@ int main(int argc, char** argv)
     QApplication app(argc, argv);
     xmlsafe::init();
     ::testing::InitGoogleTest(&argc, argv);
+    g_previous = qInstallMessageHandler(failOnPageTimeouts);
     return RUN_ALL_TESTS();
 }

@@ -6,7 +6,6 @@
 #include <QApplication>
 #include <QDir>
 #include <QDirIterator>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QTest>
 #include <QTimer>
@@ -18,15 +17,18 @@ namespace app_testing {
 // Turns the event loop until done() holds; false when ms ran out first.
 inline bool waitFor(const std::function<bool()>& done, int ms)
 {
-    QElapsedTimer t;
-    t.start();
-    while (!done()) {
-        if (t.elapsed() > ms)
-            return false;
-        QTest::qWait(20);
-    }
-    return true;
+    return QTest::qWaitFor(done, ms);
 }
+
+// A page that does not answer in time fails the running test, unless the
+// test provokes it on purpose while one of these lives.
+class ExpectPageTimeouts {
+public:
+    ExpectPageTimeouts();
+    ~ExpectPageTimeouts();
+    ExpectPageTimeouts(const ExpectPageTimeouts&) = delete;
+    ExpectPageTimeouts& operator=(const ExpectPageTimeouts&) = delete;
+};
 
 // Runs action on the next modal dialog of type T, from inside its event loop.
 template <typename T>

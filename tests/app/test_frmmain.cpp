@@ -747,3 +747,23 @@ TEST_F(MainWindowTest, ThePagesMenuOffersWhatSuitsThePlaceClicked)
     emit surface()->customContextMenuRequested(centreOf(QStringLiteral("h1")));
     EXPECT_EQ(shownItems, QStringList({"mnuCut", "mnuCopy", "mnuPaste"}));
 }
+
+// A window started with a project shows it at once: the page answers every
+// call of the start (a time-out fails the test on its warning as well).
+TEST_F(MainWindowTest, StartingWithAProjectNeverLeavesThePageUnanswered)
+{
+    const QString project = copySample();
+    window.reset();
+    for (int round = 0; round < 4; ++round) {
+        frmMain w(box);
+        w.resize(900, 600);
+        w.show();
+        ASSERT_TRUE(QTest::qWaitForWindowExposed(&w));
+        w.startUp(project);
+        ASSERT_TRUE(w.session().isOpen()) << round;
+        EXPECT_TRUE(w.openTopic(QStringLiteral("topic3")));
+        EXPECT_EQ(w.dEdit->unansweredCalls(), 0) << round;
+        EXPECT_TRUE(w.dEdit->bodyHTML().contains(QStringLiteral("Tables")));
+        w.close();
+    }
+}

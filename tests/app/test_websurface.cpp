@@ -1,5 +1,6 @@
 // The web editing surface: what crosses between the page and C++, the dirty
 // flag, browse mode, images under the base folder, paste, find.
+#include "apptestsupport.h"
 #include "testsupport.h"
 #include "websurface.h"
 
@@ -47,14 +48,7 @@ const QString kEncoded = QStringLiteral(
 
 bool waitFor(const std::function<bool()>& done, int ms = 5000)
 {
-    QElapsedTimer t;
-    t.start();
-    while (!done()) {
-        if (t.elapsed() > ms)
-            return false;
-        QTest::qWait(20);
-    }
-    return true;
+    return QTest::qWaitFor(done, ms);
 }
 
 class WebSurfaceTest : public ::testing::Test {
@@ -364,12 +358,14 @@ TEST_F(WebSurfaceTest, APageThatDoesNotAnswerInTimeCountsAsChanged)
 {
     surface->saveDocument(QString());
     ASSERT_FALSE(surface->isDirty());
+    app_testing::ExpectPageTimeouts provoked;
     surface->setTimeouts(20000, 50);
     bool ok = true;
     // The page is held up longer than the call waits.
     surface->runScript(QStringLiteral("var t = Date.now(); while (Date.now() - t < 400) {} true"), &ok);
     EXPECT_FALSE(ok);
     EXPECT_FALSE(surface->lastCallOk());
+    EXPECT_EQ(surface->unansweredCalls(), 1);
     surface->runScript(QStringLiteral("var t = Date.now(); while (Date.now() - t < 400) {} true"));
     EXPECT_TRUE(surface->isDirty());
     EXPECT_FALSE(surface->lastCallOk());
@@ -380,9 +376,10 @@ TEST_F(WebSurfaceTest, APageThatDoesNotAnswerInTimeCountsAsChanged)
     EXPECT_TRUE(surface->lastCallOk());
 }
 
-TEST_F(WebSurfaceTest, BusyIsFalseOnceTheSynchronousCallsReturn)
+TEST_F(WebSurfaceTest, ReadyOnceTheSynchronousCallsReturn)
 {
-    EXPECT_FALSE(surface->busy());
+    EXPECT_TRUE(surface->waitReady());
     surface->setDocumentHTML(kShell);
-    EXPECT_FALSE(surface->busy());
+    EXPECT_TRUE(surface->waitReady());
+    EXPECT_EQ(surface->unansweredCalls(), 0);
 }
