@@ -17,7 +17,7 @@ while [ "$i" -lt "$rounds" ]; do
     rc=$?
     if [ "$rc" -ne 0 ] || grep -q "did not answer in time\|did not finish loading in time" "$work/err"; then
         echo "round $i: exit $rc"
-        grep "did not|rror" "$work/err" | head -5
+        grep -E "did not|rror" "$work/err" | head -5
         status=1
     fi
 done
