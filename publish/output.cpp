@@ -24,6 +24,11 @@
 #include <exception>
 #include <stdexcept>
 
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
 namespace {
 
 bool fileExists(const QString& path)
@@ -243,9 +248,9 @@ QStringList cOutput::readFolders() const
     return {projectFolder(), paths::programFolder(), stylesheet::docbookFolder()};
 }
 
-bool cOutput::writeStylesheet(const QString& text)
+bool cOutput::writeStylesheet(const QString& text, QString* error)
 {
-    return fileio::writeUtf16Line(tempFolder() + QStringLiteral("/quillary_temp.xsl"), text);
+    return fileio::writeUtf16Line(tempFolder() + QStringLiteral("/quillary_temp.xsl"), text, {}, error);
 }
 
 XsltJob cOutput::secondPass(const QString& writeFolder, const QString& output) const
@@ -284,8 +289,20 @@ bool cOutput::makeDocBook(const QString& language, const QString& out, const QSt
 
     QString temp = tempFolder();
     removeFolder(temp);
-    QDir().mkpath(temp);
-    writeStylesheet(text);
+    QString error;
+    if (!QDir().mkpath(temp)) {
+        const QString parent = QFileInfo(temp).absolutePath();
+        const bool denied = ::access(QFile::encodeName(parent).constData(), W_OK) != 0;
+        error = QStringLiteral("Cannot create folder \"") + temp + QStringLiteral("\": ") +
+                (denied ? QString::fromLocal8Bit(std::strerror(errno)) : QStringLiteral("unknown reason")) +
+                QLatin1Char('.');
+    }
+    if (!error.isEmpty() || !writeStylesheet(text, &error)) {
+        // A project folder that cannot be written holds no output either.
+        logLine(error + QStringLiteral(" Output can not be created!"), true);
+        enableResultButtons();
+        return false;
+    }
 
     logLine(QStringLiteral("XSLT: Transforming Quillary XML to DocBook XML..."));
     XsltJob job;

@@ -59,7 +59,7 @@ private:
     void blank();
     void logTail(const QString& output);
     void finish(const QDateTime& start);
-    bool writeStylesheet(const QString& text);
+    bool writeStylesheet(const QString& text, QString* error = nullptr);
     // The second transformation: temp's DocBook file through temp's
     // stylesheet, writing into writeFolder (and output, when given).
     XsltJob secondPass(const QString& writeFolder, const QString& output = {}) const;

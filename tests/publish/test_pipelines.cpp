@@ -418,3 +418,21 @@ TEST(HelpSources, IncludesTakenIntoTheProject)
 }
 
 } // namespace
+
+// A project folder that cannot be written holds no output: the log names
+// the folder and the system's reason instead of a stylesheet it never wrote.
+TEST_F(Pipelines, AProjectFolderThatCannotBeWritten)
+{
+    QProcess::execute("chmod", {"a-w", P});
+    const bool ran = testing_support::runUnprivileged([&] {
+        Run inner = run(cOutput::kHTML, "en");
+        EXPECT_TRUE(inner.red);
+        EXPECT_TRUE(inner.log.endsWith("\r\nCannot create folder \"" + P + "temp\": Permission denied. Output can "
+                                       "not be created!"))
+            << inner.log.toStdString();
+        EXPECT_FALSE(inner.log.contains("Done."));
+    }, {dir.path()});
+    QProcess::execute("chmod", {"u+w", P});
+    EXPECT_TRUE(ran);
+    EXPECT_EQ(projectEntries(), kAuthorFiles);
+}
