@@ -315,12 +315,12 @@ bool EditingController::handleKey(int qtKey, Qt::KeyboardModifiers modifiers, bo
     case KeyAction::Pass:
     case KeyAction::Swallow: break;
     case KeyAction::DeleteObject: removeObject(d.ref); break;
-    case KeyAction::Help: emit commandRequested(QStringLiteral("help")); break;
+    case KeyAction::Help: emit commandRequested(CommandId::About); break;
     case KeyAction::Sign: toggleSign(); break;
     case KeyAction::Copy: copy(); break;
-    case KeyAction::Find: emit commandRequested(QStringLiteral("mnuFind")); break;
-    case KeyAction::Open: emit commandRequested(QStringLiteral("mnuOpen")); break;
-    case KeyAction::Save: emit commandRequested(QStringLiteral("mnuSave")); break;
+    case KeyAction::Find: emit commandRequested(CommandId::Find); break;
+    case KeyAction::Open: emit commandRequested(CommandId::Open); break;
+    case KeyAction::Save: emit commandRequested(CommandId::Save); break;
     case KeyAction::Paste: paste(); break;
     case KeyAction::Cut: cut(); break;
     case KeyAction::Redo: redo(); break;
@@ -359,9 +359,9 @@ void EditingController::contextMenuAction(int index)
         else if (index == 1)
             removeObject(w->ref);
     } else {
-        static const char* const tools[] = {"mnuSpelling", "mnuSynonyms", "mnuAntonyms"};
+        static const CommandId tools[] = {CommandId::Spelling, CommandId::Synonyms, CommandId::Antonyms};
         if (index >= 0 && index < 3)
-            emit commandRequested(QString::fromLatin1(tools[index]));
+            emit commandRequested(tools[index]);
     }
     updateDisplay();
 }

@@ -4,6 +4,7 @@
 // the context menu of the surface do. It attaches to a WebSurface, the
 // session and the window's toolbars; the decisions are editrules', the DOM
 // work is the page agent's.
+#include "commands.h"
 #include "editrules.h"
 
 #include <QHash>
@@ -81,9 +82,9 @@ public slots:
     void editKeywords();
 
 signals:
-    // A command that belongs to the window: "mnuFind", "mnuOpen", "mnuSave",
-    // "help", "mnuSpelling", "mnuSynonyms", "mnuAntonyms".
-    void commandRequested(const QString& name);
+    // A command that belongs to the window (find, open, save, help and the
+    // language tools).
+    void commandRequested(CommandId id);
     void actElementChanged(const QString& text);
 
 protected:

@@ -49,7 +49,12 @@ const QString frmMain::kOpenFilter = QStringLiteral("Quillary project files (*.q
 
 namespace {
 
-const char* const kCommonKeys[] = {"New", "Open", "Save", "Undo", "Redo", "Copy", "Paste", "Cut", "Find"};
+// The common toolbar; NoCommand is a separator.
+constexpr std::optional<CommandId> kGap = std::nullopt;
+const std::optional<CommandId> kCommonToolbar[] = {
+    CommandId::New,  CommandId::Open,  CommandId::Save, kGap, CommandId::Undo, CommandId::Redo, kGap,
+    CommandId::Copy, CommandId::Paste, CommandId::Cut,  kGap, CommandId::Find,
+};
 
 struct Button {
     const char* key;
@@ -73,11 +78,14 @@ const Button kAlignButtons[] = {
     {"Delete Column", nullptr, false},
 };
 
-// Commands whose forms do not exist in this program yet: shown, never enabled.
-const QStringList kMissing = {
-    QStringLiteral("mnuContextHelp"), QStringLiteral("mnuSpelling"), QStringLiteral("mnuSynonyms"),
-    QStringLiteral("mnuAntonyms"),
-};
+QList<QKeySequence> shortcutsOf(const Command& c)
+{
+    QList<QKeySequence> keys;
+    if (c.shortcut)
+        for (const QString& k : QString::fromLatin1(c.shortcut).split(QLatin1Char(';')))
+            keys << QKeySequence::fromString(k, QKeySequence::PortableText);
+    return keys;
+}
 
 bool isLetter(int key)
 {
@@ -129,18 +137,10 @@ frmMain::frmMain(MsgBox& box, QWidget* parent) : QMainWindow(parent), m_box(box)
     m_editing = new EditingController(dEdit, *m_session, this);
     m_editing->attachToolbars(tlbElements, tlbAlign, labActElement, false);
     m_editing->attachSurface(true, false);
-    connect(m_editing, &EditingController::commandRequested, this, [this](const QString& c) {
-        if (c == QLatin1String("mnuFind"))
-            mnuFind_Click();
-        else if (c == QLatin1String("mnuOpen"))
-            mnuOpen_Click();
-        else if (c == QLatin1String("mnuSave"))
-            mnuSave_Click();
-        else if (c == QLatin1String("help"))
-            mnuAbout_Click();
+    connect(m_editing, &EditingController::commandRequested, this, [this](CommandId id) {
+        if (QAction* a = action(id))
+            a->trigger();
     });
-    connect(action(QStringLiteral("mnuIndex")), &QAction::triggered, this,
-            [this] { m_session->keywordDialogPending = true; });
 
     resize(1200, 800);
     fitToScreen();
@@ -166,70 +166,85 @@ QAction* frmMain::makeAction(const QString& name, const QString& text, QObject* 
 
 void frmMain::buildActions()
 {
-    auto menuItem = [this](const char* name, const QString& text, auto slot,
-                           QKeySequence key = QKeySequence()) {
-        QAction* a = makeAction(QString::fromLatin1(name), text);
-        if (!key.isEmpty())
-            a->setShortcut(key);
-        connect(a, &QAction::triggered, this, slot);
-        return a;
-    };
-    menuItem("mnuNew", QStringLiteral("&New"), &frmMain::mnuNew_Click);
-    menuItem("mnuOpen", QStringLiteral("&Open..."), &frmMain::mnuOpen_Click, QKeySequence(Qt::CTRL | Qt::Key_O));
-    menuItem("mnuSave", QStringLiteral("&Save"), &frmMain::mnuSave_Click, QKeySequence(Qt::CTRL | Qt::Key_S));
-    menuItem("mnuExit", QStringLiteral("E&xit"), &frmMain::mnuExit_Click);
-    menuItem("mnuUndo", QStringLiteral("&Undo"), &frmMain::mnuUndo_Click, QKeySequence(Qt::CTRL | Qt::Key_Z));
-    menuItem("mnuRedo", QStringLiteral("&Redo"), &frmMain::mnuRedo_Click, QKeySequence(Qt::CTRL | Qt::Key_Y));
-    menuItem("mnuCut", QStringLiteral("Cu&t"), &frmMain::mnuCut_Click, QKeySequence(Qt::CTRL | Qt::Key_X));
-    menuItem("mnuCopy", QStringLiteral("&Copy"), &frmMain::mnuCopy_Click, QKeySequence(Qt::CTRL | Qt::Key_C));
-    menuItem("mnuPaste", QStringLiteral("&Paste"), &frmMain::mnuPaste_Click, QKeySequence(Qt::CTRL | Qt::Key_V));
-    menuItem("mnuFind", QStringLiteral("&Find..."), &frmMain::mnuFind_Click, QKeySequence(Qt::CTRL | Qt::Key_F));
-    menuItem("mnuAbout", QStringLiteral("&About Quillary Author"), &frmMain::mnuAbout_Click,
-             QKeySequence(Qt::Key_F1));
-    menuItem("mnuDebug", QStringLiteral("&Debug Listing"), &frmMain::mnuDebug_Click);
-    menuItem("mnuOutput", QStringLiteral("&Output..."), &frmMain::mnuOutput_Click);
-    menuItem("mnuVerify", QStringLiteral("&Verify"), &frmMain::mnuVerify_Click);
-    menuItem("mnuSettings", QStringLiteral("&Settings..."), &frmMain::reloadSettings);
+    for (const Command& c : commandTable()) {
+        // The toolbars and the submenu are switched, not run.
+        if (c.id == CommandId::ElementTools || c.id == CommandId::TableTools || c.id == CommandId::ExportImport)
+            continue;
+        QAction* a = makeAction(QString::fromLatin1(c.objectName), QString::fromLatin1(c.text));
+        a->setShortcuts(shortcutsOf(c));
+        if (c.toolbarKey) {
+            const QString key = QString::fromLatin1(c.toolbarKey);
+            a->setIcon(appicons::toolbarIcon(key));
+            a->setIconVisibleInMenu(false);
+            a->setToolTip(key);
+            a->setData(key);
+            m_actions.insert(key, a);
+        }
+        a->setEnabled(c.available);
+        const CommandId id = c.id;
+        connect(a, &QAction::triggered, this, [this, id] { run(id); });
+        m_commands[id] = a;
+    }
+    action(CommandId::Complete)->setCheckable(true);
+}
 
-    // Commands of other subsystems; the missing ones stay disabled.
-    makeAction(QStringLiteral("mnuSpelling"), QStringLiteral("&Spelling"));
-    makeAction(QStringLiteral("mnuSynonyms"), QStringLiteral("&Synonyms"));
-    makeAction(QStringLiteral("mnuAntonyms"), QStringLiteral("&Antonyms"));
-    menuItem("mnuBackup", QStringLiteral("&Backup Project"), &frmMain::mnuBackup_Click);
-    menuItem("mnuExport", QStringLiteral("&Export Project"), &frmMain::mnuExport_Click);
-    menuItem("mnuImport", QStringLiteral("&Import Language"), &frmMain::mnuImport_Click);
-    menuItem("mnuNewLanguage", QStringLiteral("&Add New Language"), &frmMain::mnuNewLanguage_Click);
-    makeAction(QStringLiteral("mnuContextHelp"), QStringLiteral("&Context Help ID"));
-    makeAction(QStringLiteral("mnuIndex"), QStringLiteral("&Index Keywords..."));
-    for (const QString& name : kMissing)
-        if (QAction* a = action(name))
-            a->setEnabled(false);
+QAction* frmMain::action(CommandId id) const
+{
+    auto it = m_commands.find(id);
+    return it == m_commands.end() ? nullptr : it->second;
+}
 
-    Session* s = m_session.get();
-    auto command = [this](const char* name, const QString& text, std::function<void()> fn) {
-        QAction* a = makeAction(QString::fromLatin1(name), text);
-        connect(a, &QAction::triggered, this, [fn] { fn(); });
-        return a;
-    };
-    command("mnuUnlock", QStringLiteral("&Unlock Project"), [s] { s->mnuUnlock(); });
-    command("mnuInsertBook", QStringLiteral("&Insert Book..."), [s] { s->createProject(); });
-    command("mnuInsertChapterToBook", QStringLiteral("Insert &Chapter..."), [s] { s->changeChapter(9); });
-    command("mnuDeleteBook", QStringLiteral("&Delete Book"), [s] { s->mnuDeleteBook(); });
-    command("mnuBookProperties", QStringLiteral("&Properties..."), [s] { s->editBookProperties(); });
-    command("mnuInsertTopic", QStringLiteral("Insert &Topic..."), [s] { s->changeTopic(5); });
-    command("mnuInsertChapterBefore", QStringLiteral("Insert Chapter &Before..."), [s] { s->changeChapter(7); });
-    command("mnuInsertChapterAfter", QStringLiteral("Insert Chapter &After..."), [s] { s->changeChapter(8); });
-    command("mnuInsertChapter", QStringLiteral("Insert &Subchapter..."), [s] { s->changeChapter(9); });
-    command("mnuDeleteChapter", QStringLiteral("&Delete Chapter"), [s] { s->mnuDeleteChapter(); });
-    command("mnuChapterProperties", QStringLiteral("&Properties..."), [s] { s->mnuChapterProperties(); });
-    command("mnuInsertTopicBefore", QStringLiteral("Insert Topic &Before..."), [s] { s->changeTopic(3); });
-    command("mnuInsertTopicAfter", QStringLiteral("Insert Topic &After..."), [s] { s->changeTopic(4); });
-    command("mnuDeleteTopic", QStringLiteral("&Delete Topic"), [s] { s->mnuDeleteTopic(); });
-    command("mnuComplete", QStringLiteral("&Lock"), [s] { s->mnuComplete(); })->setCheckable(true);
-    command("mnuUnlockProject", QStringLiteral("&Unlock Project"), [s] { s->mnuUnlock(); });
-    // The page's menu on a link or an image.
-    command("mnuEditElement", QStringLiteral("&Edit"), [this] { m_editing->contextMenuAction(0); });
-    command("mnuDeleteElement", QStringLiteral("&Delete"), [this] { m_editing->contextMenuAction(1); });
+void frmMain::run(CommandId id)
+{
+    Session& s = *m_session;
+    switch (id) {
+    case CommandId::New: mnuNew_Click(); break;
+    case CommandId::Open: mnuOpen_Click(); break;
+    case CommandId::Save: mnuSave_Click(); break;
+    case CommandId::Exit: mnuExit_Click(); break;
+    case CommandId::Undo: mnuUndo_Click(); break;
+    case CommandId::Redo: mnuRedo_Click(); break;
+    case CommandId::Cut: mnuCut_Click(); break;
+    case CommandId::Copy: mnuCopy_Click(); break;
+    case CommandId::Paste: mnuPaste_Click(); break;
+    case CommandId::Find: mnuFind_Click(); break;
+    case CommandId::Output: mnuOutput_Click(); break;
+    case CommandId::Verify: mnuVerify_Click(); break;
+    case CommandId::Backup: mnuBackup_Click(); break;
+    case CommandId::Export: mnuExport_Click(); break;
+    case CommandId::Import: mnuImport_Click(); break;
+    case CommandId::NewLanguage: mnuNewLanguage_Click(); break;
+    case CommandId::Settings: reloadSettings(); break;
+    case CommandId::About: mnuAbout_Click(); break;
+    case CommandId::Debug: mnuDebug_Click(); break;
+    case CommandId::Unlock:
+    case CommandId::UnlockProject: s.mnuUnlock(); break;
+    case CommandId::InsertBook: s.createProject(); break;
+    case CommandId::InsertChapterToBook:
+    case CommandId::InsertChapter: s.changeChapter(ChapterAction::Insert); break;
+    case CommandId::DeleteBook: s.mnuDeleteBook(); break;
+    case CommandId::BookProperties: s.editBookProperties(); break;
+    case CommandId::InsertTopic: s.changeTopic(TopicAction::Insert); break;
+    case CommandId::InsertChapterBefore: s.changeChapter(ChapterAction::InsertBefore); break;
+    case CommandId::InsertChapterAfter: s.changeChapter(ChapterAction::InsertAfter); break;
+    case CommandId::DeleteChapter: s.mnuDeleteChapter(); break;
+    case CommandId::ChapterProperties: s.mnuChapterProperties(); break;
+    case CommandId::InsertTopicBefore: s.changeTopic(TopicAction::InsertBefore); break;
+    case CommandId::InsertTopicAfter: s.changeTopic(TopicAction::InsertAfter); break;
+    case CommandId::DeleteTopic: s.mnuDeleteTopic(); break;
+    case CommandId::Complete: s.mnuComplete(); break;
+    // The keyword dialog runs once the menu has closed.
+    case CommandId::Index: s.keywordDialogPending = true; break;
+    case CommandId::EditElement: m_editing->contextMenuAction(0); break;
+    case CommandId::DeleteElement: m_editing->contextMenuAction(1); break;
+    case CommandId::Spelling:
+    case CommandId::Synonyms:
+    case CommandId::Antonyms:
+    case CommandId::ContextHelp:
+    case CommandId::ExportImport:
+    case CommandId::ElementTools:
+    case CommandId::TableTools: break;
+    }
 }
 
 void frmMain::buildMenus()
@@ -260,6 +275,7 @@ void frmMain::buildMenus()
     add(project, {"mnuOutput", "mnuVerify", nullptr, "mnuBackup"});
     QMenu* exchange = addMenu(project, "mnuExportImport", QStringLiteral("E&xport/Import"));
     m_actions.insert(QStringLiteral("mnuExportImport"), exchange->menuAction());
+    m_commands[CommandId::ExportImport] = exchange->menuAction();
     add(exchange, {"mnuExport", "mnuImport", nullptr, "mnuUnlock"});
     add(project, {nullptr, "mnuNewLanguage", "mnuContextHelp"});
     QMenu* tools = addMenu(nullptr, "mnuTools", QStringLiteral("&Tools"));
@@ -314,19 +330,12 @@ void frmMain::buildToolbars()
         return a;
     };
 
+    // The menus' own actions, with their icons.
     tlbCommon = toolbar("tlbCommon", QStringLiteral("Common"));
-    const QMap<QString, void (frmMain::*)()> common = {
-        {QStringLiteral("New"), &frmMain::mnuNew_Click},   {QStringLiteral("Open"), &frmMain::mnuOpen_Click},
-        {QStringLiteral("Save"), &frmMain::mnuSave_Click}, {QStringLiteral("Undo"), &frmMain::mnuUndo_Click},
-        {QStringLiteral("Redo"), &frmMain::mnuRedo_Click}, {QStringLiteral("Copy"), &frmMain::mnuCopy_Click},
-        {QStringLiteral("Paste"), &frmMain::mnuPaste_Click}, {QStringLiteral("Cut"), &frmMain::mnuCut_Click},
-        {QStringLiteral("Find"), &frmMain::mnuFind_Click},
-    };
-    for (const char* k : kCommonKeys) {
-        const QString key = QString::fromLatin1(k);
-        QAction* a = button(tlbCommon, key, key);
-        connect(a, &QAction::triggered, this, common.value(key));
-        if (key == QLatin1String("Save") || key == QLatin1String("Redo") || key == QLatin1String("Cut"))
+    for (const std::optional<CommandId>& id : kCommonToolbar) {
+        if (id)
+            tlbCommon->addAction(action(*id));
+        else
             tlbCommon->addSeparator();
     }
 
@@ -335,6 +344,8 @@ void frmMain::buildToolbars()
         const QString key = QString::fromLatin1(b.key);
         QAction* a = button(tlbElements, key, b.tip ? QString::fromLatin1(b.tip) : key);
         connect(a, &QAction::triggered, this, [this, key] { elementCommand(key); });
+        if (key == QLatin1String("Sign"))
+            a->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_B));
         if (b.groupEnd)
             tlbElements->addSeparator();
     }
@@ -566,26 +577,15 @@ void frmMain::setPanel(int i, const QString& text, int image)
 
 void frmMain::setEnabled(const Enabling& enabling)
 {
-    m_enabling = enabling;
-    auto apply = [this](const QString& name, bool on) {
-        if (QAction* a = action(name))
-            a->setEnabled(on && !kMissing.contains(name));
-    };
-    const QString common = QStringLiteral("tlbCommon:");
-    for (const auto& [key, on] : enabling) {
-        if (key.startsWith(common)) {
-            apply(key.mid(common.size()), on);
-        } else if (key == QLatin1String("tlbElements")) {
+    for (const auto& [id, on] : enabling) {
+        if (id == CommandId::ElementTools) {
             for (const Button& b : kElementButtons)
-                apply(QString::fromLatin1(b.key), on);
-        } else if (key == QLatin1String("tlbAlign")) {
+                action(QString::fromLatin1(b.key))->setEnabled(on);
+        } else if (id == CommandId::TableTools) {
             for (const Button& b : kAlignButtons)
-                apply(QString::fromLatin1(b.key), on);
-        } else if (key == QLatin1String("mnuSpelling")) {
-            for (const char* n : {"mnuSpelling", "mnuSynonyms", "mnuAntonyms"})
-                apply(QString::fromLatin1(n), on);
-        } else {
-            apply(key, on);
+                action(QString::fromLatin1(b.key))->setEnabled(on);
+        } else if (QAction* a = action(id)) {
+            a->setEnabled(on && commandInfo(id).available);
         }
     }
     scheduleRefresh();
@@ -620,10 +620,9 @@ void frmMain::setCompleteChecked(bool on)
     action(QStringLiteral("mnuComplete"))->setChecked(on);
 }
 
-bool frmMain::isOn(const char* key) const
+bool frmMain::isOn(CommandId id) const
 {
-    auto it = m_enabling.find(QString::fromLatin1(key));
-    return it != m_enabling.end() && it->second;
+    return m_session->enabled(id);
 }
 
 void frmMain::refreshReadOnly()
@@ -689,37 +688,37 @@ void frmMain::mnuExit_Click()
 
 void frmMain::mnuUndo_Click()
 {
-    if (isOn("mnuUndo"))
+    if (isOn(CommandId::Undo))
         m_editing->undo();
 }
 
 void frmMain::mnuRedo_Click()
 {
-    if (isOn("mnuRedo"))
+    if (isOn(CommandId::Redo))
         m_editing->redo();
 }
 
 void frmMain::mnuCopy_Click()
 {
-    if (isOn("mnuCopy"))
+    if (isOn(CommandId::Copy))
         m_editing->copy();
 }
 
 void frmMain::mnuCut_Click()
 {
-    if (isOn("mnuCut"))
+    if (isOn(CommandId::Cut))
         m_editing->cut();
 }
 
 void frmMain::mnuPaste_Click()
 {
-    if (isOn("mnuPaste"))
+    if (isOn(CommandId::Paste))
         m_editing->paste();
 }
 
 void frmMain::mnuFind_Click()
 {
-    if (isOn("mnuFind"))
+    if (isOn(CommandId::Find))
         findBar->open();
 }
 
@@ -748,15 +747,16 @@ void frmMain::mnuDebug_Click()
         m_debug->add(QStringLiteral("Chapter: ") + c->FullPath());
     m_debug->add(QStringLiteral("Surface: ") + (dEdit->browseMode() ? QStringLiteral("read-only") : QStringLiteral("editable")) +
                  (dEdit->isDirty() ? QStringLiteral(", changed") : QString()));
-    for (const auto& [key, on] : s.enabling())
-        m_debug->add(QStringLiteral("  ") + key + QStringLiteral(" = ") + (on ? QStringLiteral("on") : QStringLiteral("off")));
+    for (const auto& [id, on] : s.enabling())
+        m_debug->add(QStringLiteral("  ") + QString::fromLatin1(commandInfo(id).objectName) + QStringLiteral(" = ") +
+                     (on ? QStringLiteral("on") : QStringLiteral("off")));
     m_debug->show();
     m_debug->raise();
 }
 
 void frmMain::mnuOutput_Click()
 {
-    if (!isOn("mnuOutput") || !m_session->isOpen() || m_session->askSaveTopic())
+    if (!isOn(CommandId::Output) || !m_session->isOpen() || m_session->askSaveTopic())
         return;
     frmOutput dlg(&m_box, this);
     dlg.SetProject(&m_session->project());
@@ -767,7 +767,7 @@ void frmMain::mnuOutput_Click()
 
 void frmMain::mnuVerify_Click()
 {
-    if (!isOn("mnuVerify") || !m_session->isOpen() || m_session->askSaveTopic())
+    if (!isOn(CommandId::Verify) || !m_session->isOpen() || m_session->askSaveTopic())
         return;
     frmVerify dlg(&m_box, this);
     dlg.SetProject(&m_session->project());
@@ -777,7 +777,7 @@ void frmMain::mnuVerify_Click()
 void frmMain::mnuNewLanguage_Click()
 {
     Session& s = *m_session;
-    if (!isOn("mnuNewLanguage") || !s.isOpen() || s.askSaveTopic())
+    if (!isOn(CommandId::NewLanguage) || !s.isOpen() || s.askSaveTopic())
         return;
     frmNewLanguage dlg(&m_box, this);
     dlg.SetProject(&s.project());
@@ -791,7 +791,7 @@ void frmMain::mnuNewLanguage_Click()
 void frmMain::mnuExport_Click()
 {
     Session& s = *m_session;
-    if (!isOn("mnuExport") || !s.isOpen() || s.askSaveTopic())
+    if (!isOn(CommandId::Export) || !s.isOpen() || s.askSaveTopic())
         return;
     {
         frmExport dlg(&m_box, this);
@@ -810,7 +810,7 @@ void frmMain::mnuExport_Click()
 void frmMain::mnuImport_Click()
 {
     Session& s = *m_session;
-    if (!isOn("mnuImport") || !s.isOpen() || s.askSaveTopic())
+    if (!isOn(CommandId::Import) || !s.isOpen() || s.askSaveTopic())
         return;
     const NodePtr shown = s.shownTopic();
     const QString key = shown ? shown->Key : QString();
@@ -836,7 +836,7 @@ void frmMain::mnuImport_Click()
 void frmMain::mnuBackup_Click()
 {
     Session& s = *m_session;
-    if (!isOn("mnuBackup") || !s.isOpen() || s.askSaveTopic())
+    if (!isOn(CommandId::Backup) || !s.isOpen() || s.askSaveTopic())
         return;
     frmBackup dlg(&m_box, this);
     dlg.Files = backup::projectFileList(s.project());
@@ -1012,31 +1012,27 @@ bool frmMain::handleKey(QKeyEvent* event)
             return false;
         if (!isLetter(key) || !run)
             return true;
-        switch (key) {
-        case Qt::Key_B: elementCommand(QStringLiteral("Sign")); break;
-        case Qt::Key_C: mnuCopy_Click(); break;
-        case Qt::Key_F: mnuFind_Click(); break;
-        case Qt::Key_O: mnuOpen_Click(); break;
-        case Qt::Key_S: mnuSave_Click(); break;
-        case Qt::Key_V: mnuPaste_Click(); break;
-        case Qt::Key_X: mnuCut_Click(); break;
-        case Qt::Key_Y: mnuRedo_Click(); break;
-        case Qt::Key_Z:
-            if (mods & Qt::ShiftModifier)
-                mnuRedo_Click();
-            else
-                mnuUndo_Click();
-            break;
-        default: break;
-        }
+        if (QAction* a = actionForKey(event))
+            a->trigger();
         return true;
     }
     if (key == Qt::Key_F1 && !(mods & (Qt::ControlModifier | Qt::AltModifier | Qt::ShiftModifier))) {
         if (run)
-            mnuAbout_Click();
+            action(CommandId::About)->trigger();
         return true;
     }
     return false;
+}
+
+QAction* frmMain::actionForKey(const QKeyEvent* event) const
+{
+    const Qt::KeyboardModifiers mods =
+        event->modifiers() & (Qt::ControlModifier | Qt::ShiftModifier | Qt::AltModifier | Qt::MetaModifier);
+    const QKeySequence pressed(QKeyCombination(mods, Qt::Key(event->key())));
+    for (QAction* a : std::as_const(m_actions))
+        if (a->shortcuts().contains(pressed))
+            return a;
+    return nullptr;
 }
 
 bool frmMain::eventFilter(QObject* watched, QEvent* event)

@@ -3,6 +3,7 @@
 // right, menus, toolbars and the status bar around them. It owns the session
 // and shows it (SessionView); every command goes to the session, which holds
 // the logic. Boxes go through the MsgBox given, so tests can script them.
+#include "commands.h"
 #include "frmbook.h"
 #include "session.h"
 
@@ -13,6 +14,7 @@
 #include <QUrl>
 
 #include <functional>
+#include <map>
 #include <memory>
 
 class BookTreeWidget;
@@ -74,7 +76,10 @@ public:
     // there is none.
     bool openTopic(const QString& idOrPath);
 
-    // An action by its name (menu items, toolbar keys, context menu items).
+    // The action of a command; one per command, shared by menu, toolbar and
+    // context menus.
+    QAction* action(CommandId id) const;
+    // An action by its object name or toolbar key (and the element buttons).
     QAction* action(const QString& name) const { return m_actions.value(name); }
     QMenu* menu(const QString& name) const { return m_menus.value(name); }
 
@@ -130,6 +135,9 @@ protected:
 private:
     QAction* makeAction(const QString& name, const QString& text, QObject* parent = nullptr);
     void buildActions();
+    void run(CommandId id);
+    // The action whose shortcut is the key pressed.
+    QAction* actionForKey(const QKeyEvent* event) const;
     void buildMenus();
     void buildToolbars();
     void buildStatusBar();
@@ -138,7 +146,7 @@ private:
     void elementCommand(const QString& key);
     void popup(QMenu* menu, const QPoint& globalPos);
     void surfaceMenu(const QPoint& pos);
-    bool isOn(const char* key) const;
+    bool isOn(CommandId id) const;
     void refreshReadOnly();
     void scheduleRefresh();
     void fitToScreen();
@@ -148,8 +156,8 @@ private:
     MsgBox& m_box;
     std::unique_ptr<Session> m_session;
     QHash<QString, QAction*> m_actions;
+    std::map<CommandId, QAction*> m_commands;
     QHash<QString, QMenu*> m_menus;
-    Enabling m_enabling;
     OpenPathFn m_openPath;
     frmBook::SavePathFn m_newProjectPath;
     QString m_langFile;

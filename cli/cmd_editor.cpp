@@ -60,11 +60,11 @@ int cmdTopicSave(CliContext& c)
         err(QStringLiteral("Topic \"%1\" was not found.").arg(pos[1]));
     } else {
         session.clickOnTopic(node);
-        if (!session.enabling().at(QStringLiteral("mnuSave"))) {
+        if (!session.enabled(CommandId::Save)) {
             err(QStringLiteral("The topic is read-only."));
         } else {
             surface.userEdit(fileio::decodeText(bytes));
-            if (session.changeTopic(1)) {
+            if (session.changeTopic(TopicAction::Save)) {
                 out(QStringLiteral("Saved topic ") + pos[1]);
                 result = 0;
             }

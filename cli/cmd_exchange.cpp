@@ -29,8 +29,7 @@ public:
     bool isOpen() const { return session.isOpen(); }
     bool enabled(const char* command) const
     {
-        auto it = session.enabling().find(QString::fromLatin1(command));
-        return it != session.enabling().end() && it->second;
+        return session.enabled(*commandByName(QString::fromLatin1(command)));
     }
 
     FakeSurface surface;

@@ -25,9 +25,6 @@ namespace {
 const QString kTempHtml = QStringLiteral("quillary_temp.html");
 const int kMarkWait = 1000; // ms
 
-const char* const kCommonButtons[] = {"New", "Open", "Save", "Undo", "Redo", "Copy", "Paste", "Cut", "Find"};
-const char* const kEditMenus[] = {"mnuSave", "mnuUndo", "mnuRedo", "mnuCopy", "mnuPaste", "mnuCut", "mnuFind",
-                                  "mnuSpelling", "tlbElements", "tlbAlign"};
 }
 
 Session::Session(MsgBox& box, EditSurface& surface)
@@ -77,9 +74,16 @@ void Session::setPanel(int i, const QString& text, int image)
     m_view->setPanel(i, text, image);
 }
 
-void Session::setEnabled(const QString& key, bool on)
+void Session::setEnabled(CommandId id, bool on)
 {
-    m_enabling[key] = on;
+    m_enabling[id] = on;
+}
+
+void Session::setEnabled(Enabler enabler, bool on)
+{
+    for (const Command& c : commandTable())
+        if (c.enabler == enabler)
+            m_enabling[c.id] = on;
 }
 
 void Session::pushEnabling()
@@ -178,9 +182,8 @@ void Session::resetWorkspace()
     m_topic.TreeNode.reset();
     m_surface.setBrowseMode(true);
     m_tree.Clear();
-    for (const char* m : {"mnuContextHelp", "mnuNewLanguage", "mnuOutput", "mnuVerify", "mnuBackup",
-                          "mnuExportImport"})
-        setEnabled(QString::fromLatin1(m), false);
+    for (Enabler e : {Enabler::Project, Enabler::Unlocked, Enabler::Locked, Enabler::Book})
+        setEnabled(e, false);
     readOnlyState();
     resetStatusBar();
     m_view->setActElement(QString());
@@ -389,28 +392,21 @@ bool Session::queryUnload()
 
 void Session::enableByProjectState()
 {
-    for (const char* m : {"mnuNew", "mnuOutput", "mnuVerify", "mnuBackup", "mnuExportImport"})
-        setEnabled(QString::fromLatin1(m), true);
-    bool locked = isLocked();
-    for (const char* m : {"mnuContextHelp", "mnuNewLanguage", "mnuExport"})
-        setEnabled(QString::fromLatin1(m), !locked);
-    for (const char* m : {"mnuImport", "mnuUnlock"})
-        setEnabled(QString::fromLatin1(m), locked);
+    setEnabled(Enabler::Project, true);
     // Files that cannot be written: no command that writes them.
-    if (!readOnlyReason().isEmpty())
-        for (const char* m : {"mnuContextHelp", "mnuNewLanguage", "mnuExport", "mnuImport", "mnuUnlock"})
-            setEnabled(QString::fromLatin1(m), false);
+    const bool writable = readOnlyReason().isEmpty();
+    const bool locked = isLocked();
+    setEnabled(Enabler::Unlocked, writable && !locked);
+    setEnabled(Enabler::Locked, writable && locked);
+    setEnabled(Enabler::Book, !isReadOnly());
     pushEnabling();
 }
 
 void Session::readOnlyState()
 {
-    for (const char* b : kCommonButtons)
-        setEnabled(QStringLiteral("tlbCommon:") + QString::fromLatin1(b), false);
-    setEnabled(QStringLiteral("tlbCommon:New"), true);
-    setEnabled(QStringLiteral("tlbCommon:Open"), true);
-    for (const char* m : kEditMenus)
-        setEnabled(QString::fromLatin1(m), false);
+    setEnabled(Enabler::Editing, false);
+    setEnabled(Enabler::Reading, false);
+    setEnabled(Enabler::Always, true);
     pushEnabling();
 }
 
@@ -418,10 +414,8 @@ void Session::editState()
 {
     if (isReadOnly())
         return;
-    for (const char* b : kCommonButtons)
-        setEnabled(QStringLiteral("tlbCommon:") + QString::fromLatin1(b), true);
-    for (const char* m : kEditMenus)
-        setEnabled(QString::fromLatin1(m), true);
+    setEnabled(Enabler::Editing, true);
+    setEnabled(Enabler::Reading, true);
     pushEnabling();
 }
 
@@ -429,15 +423,13 @@ void Session::completeTopicState()
 {
     if (isReadOnly())
         return;
-    setEnabled(QStringLiteral("mnuSave"), true);
-    setEnabled(QStringLiteral("tlbCommon:Save"), true);
+    setEnabled(CommandId::Save, true);
     pushEnabling();
 }
 
 void Session::copyFindState()
 {
-    for (const char* k : {"mnuCopy", "mnuFind", "tlbCommon:Copy", "tlbCommon:Find"})
-        setEnabled(QString::fromLatin1(k), true);
+    setEnabled(Enabler::Reading, true);
     pushEnabling();
 }
 

@@ -5,6 +5,7 @@
 // script both.
 #include "booktree.h"
 #include "cbook.h"
+#include "commands.h"
 #include "cproject.h"
 #include "ctopic.h"
 #include "treeview.h"
@@ -18,10 +19,6 @@
 class EditSurface;
 class MsgBox;
 class RewriteFilter;
-
-// Which commands are enabled; keys are the names of menus and toolbar
-// buttons ("mnuSave", "tlbCommon:Save", "tlbElements", ...).
-using Enabling = std::map<QString, bool>;
 
 // What the window shows of the session. All calls are optional to follow.
 class SessionView {
@@ -74,6 +71,11 @@ public:
     bool isReadOnly() const { return isLocked() || (m_open && !m_writeRefusal.isEmpty()); }
     QString readOnlyReason() const { return m_open ? m_writeRefusal : QString(); }
     const Enabling& enabling() const { return m_enabling; }
+    bool enabled(CommandId id) const
+    {
+        auto it = m_enabling.find(id);
+        return it != m_enabling.end() && it->second;
+    }
     QString caption() const { return m_caption; }
     QString panel(int i) const { return m_panels[std::clamp(i, 1, 3) - 1]; }
     int panelImage() const { return m_panelImage; }
@@ -118,9 +120,9 @@ public:
     NodePtr selectedChapter() const { return live(m_chapter.TreeNode.lock()); }
 
     // Topic and chapter actions; xml, title and id empty for the menu commands.
-    bool changeTopic(int action, QString xml = {}, QString title = {}, QString id = {});
-    bool changeChapter(int action, QString xml = {}, QString title = {}, QString id = {});
-    bool insertChapterFile(int action);
+    bool changeTopic(TopicAction action, QString xml = {}, QString title = {}, QString id = {});
+    bool changeChapter(ChapterAction action, QString xml = {}, QString title = {}, QString id = {});
+    bool insertChapterFile(ChapterAction action);
     bool removeChapterFile();
     void editChapterProperties();
     void editSubchapterProperties();
@@ -151,7 +153,9 @@ private:
     static NodePtr live(NodePtr n) { return n && !n->Removed() ? n : nullptr; }
     void setCaption(const QString& c);
     void setPanel(int i, const QString& text, int image = 0);
-    void setEnabled(const QString& key, bool on);
+    void setEnabled(CommandId id, bool on);
+    // Every command that needs this state.
+    void setEnabled(Enabler enabler, bool on);
     void pushEnabling();
     bool rewriteChapter(const QString& chapterTitle, RewriteFilter& filter);
     // The boxes for a tree that disagrees with the files: a chapter the

@@ -32,10 +32,10 @@ QString titlesText(const QStringList& langs, const QString& title)
 
 // The node of a new chapter or subchapter, placed by action (7 before, 8
 // after, 9 last child of relative), selected.
-NodePtr addChapterNode(BookTree& tree, const NodePtr& relative, int action, const QString& key,
+NodePtr addChapterNode(BookTree& tree, const NodePtr& relative, ChapterAction action, const QString& key,
                        const QString& title)
 {
-    Relation rel = action == 7 ? Relation::Previous : action == 8 ? Relation::Next : Relation::Child;
+    Relation rel = action == ChapterAction::InsertBefore ? Relation::Previous : action == ChapterAction::InsertAfter ? Relation::Next : Relation::Child;
     NodePtr node = tree.Add(relative, rel, key, title, treeimg::Closed, 0);
     if (!node)
         return nullptr;
@@ -69,27 +69,27 @@ void Session::detachChapterNode(const NodePtr& ch)
     m_chapter.TreeNode.reset();
 }
 
-bool Session::changeChapter(int action, QString xml, QString title, QString id)
+bool Session::changeChapter(ChapterAction action, QString xml, QString title, QString id)
 {
     if (!m_open || isReadOnly())
         return false;
     NodePtr ch = selectedChapter();
-    if (!ch || (ch->Tag == QLatin1String("book") && action != 9))
+    if (!ch || (ch->Tag == QLatin1String("book") && action != ChapterAction::Insert))
         return false;
     // Top-level work: 9 on the book, or 6, 7, 8 on a chapter of the book.
-    if ((action == 9 && ch->Tag == QLatin1String("book")) ||
-        (action != 9 && isTopLevel(ch))) {
+    if ((action == ChapterAction::Insert && ch->Tag == QLatin1String("book")) ||
+        (action != ChapterAction::Insert && isTopLevel(ch))) {
         if (!xml.isEmpty())
             return false; // a top-level chapter moves through the book, not by text
-        return action == 6 ? removeChapterFile() : insertChapterFile(action);
+        return action == ChapterAction::Delete ? removeChapterFile() : insertChapterFile(action);
     }
     if (!mCommon::checkFreeSpace(m_project.GetProjectFile(), m_box))
         return false;
     cSAXFileChangeChapter f;
-    f.Action = action;
+    f.Action = static_cast<int>(action);
     const QString chapterTitle = mCommon::getChapterFromPath(ch->FullPath());
 
-    if (action == 6) {
+    if (action == ChapterAction::Delete) {
         f.CutElement = QStringLiteral("subchapter");
         f.SubID = ch->Key;
         f.xmlIn.clear();
@@ -108,7 +108,7 @@ bool Session::changeChapter(int action, QString xml, QString title, QString id)
         if (!askTitle(QStringLiteral("Chapter Title"), QStringLiteral("Insert new chapter title"),
                       QStringLiteral("Insert"), title))
             return false;
-        bool exists = action == 9 ? titleExistsAmongChildren(ch, title)
+        bool exists = action == ChapterAction::Insert ? titleExistsAmongChildren(ch, title)
                                   : titleExistsAmongChildren(ch->Parent(), title);
         if (exists) {
             m_box.exclamation(QStringLiteral("Chapter with same name already exists! Chapter can not be inserted!"));
@@ -121,7 +121,7 @@ bool Session::changeChapter(int action, QString xml, QString title, QString id)
               titlesText(m_project.languageList(), title) + QStringLiteral("</subchapter>");
     }
     f.SubID = ch->Key;
-    if (action == 9)
+    if (action == ChapterAction::Insert)
         f.CutElement = isTopLevel(ch) ? QStringLiteral("chapter") : QStringLiteral("subchapter");
     else
         f.CutElement = QStringLiteral("subchapter");
@@ -136,7 +136,7 @@ bool Session::changeChapter(int action, QString xml, QString title, QString id)
     return true;
 }
 
-bool Session::insertChapterFile(int action)
+bool Session::insertChapterFile(ChapterAction action)
 {
     NodePtr ch = selectedChapter();
     if (!ch || !mCommon::checkFreeSpace(m_project.GetProjectFile(), m_box))
@@ -145,7 +145,7 @@ bool Session::insertChapterFile(int action)
     if (!askTitle(QStringLiteral("Chapter Title"), QStringLiteral("Insert new chapter title"),
                   QStringLiteral("Insert"), title))
         return false;
-    bool exists = action == 9 ? titleExistsAmongChildren(ch, title) : titleExistsAmongChildren(ch->Parent(), title);
+    bool exists = action == ChapterAction::Insert ? titleExistsAmongChildren(ch, title) : titleExistsAmongChildren(ch->Parent(), title);
     if (exists) {
         m_box.exclamation(QStringLiteral("Chapter with same title already exists! Chapter can not be inserted!"));
         return false;
@@ -164,9 +164,9 @@ bool Session::insertChapterFile(int action)
     }
     cSAXBookHandler h;
     h.NewChapterID = id;
-    h.CurrentChapterID = action == 9 ? QString() : m_project.getChapterID(ch->Text);
+    h.CurrentChapterID = action == ChapterAction::Insert ? QString() : m_project.getChapterID(ch->Text);
     h.FileName = fileName;
-    h.Command = action;
+    h.Command = static_cast<int>(action);
     if (!rewriteBookFile(m_project, h, m_box)) {
         QFile::remove(path);
         return false;
@@ -223,7 +223,7 @@ void Session::mnuDeleteChapter()
     if (m_box.show(QStringLiteral("Delete chapter \"") + ch->Text + QStringLiteral("\"?"), MsgButtons::YesNo,
                    MsgIcon::Question, kAppTitle) != MsgAnswer::Yes)
         return;
-    changeChapter(6);
+    changeChapter(ChapterAction::Delete);
 }
 
 void Session::mnuChapterProperties()

@@ -204,12 +204,12 @@ void Session::chooseSelectionAfterRemoving(const NodePtr& node, bool forTopic)
     }
 }
 
-bool Session::changeTopic(int action, QString xml, QString title, QString id)
+bool Session::changeTopic(TopicAction action, QString xml, QString title, QString id)
 {
-    if (!m_open || (isReadOnly() && action != 1))
+    if (!m_open || (isReadOnly() && action != TopicAction::Save))
         return false;
     if (!mCommon::checkFreeSpace(m_project.GetProjectFile(), m_box)) {
-        if (action == 1 && shownTopic())
+        if (action == TopicAction::Save && shownTopic())
             m_saveFailed = true;
         return false;
     }
@@ -217,7 +217,7 @@ bool Session::changeTopic(int action, QString xml, QString title, QString id)
     QString chapterTitle;
     NodePtr node;      // the topic acted on (1 to 4)
     NodePtr chapterNode;
-    if (action == 5) {
+    if (action == TopicAction::Insert) {
         chapterNode = selectedChapter();
         if (!chapterNode || chapterNode->Tag != QLatin1String("chapter"))
             return false;
@@ -231,9 +231,9 @@ bool Session::changeTopic(int action, QString xml, QString title, QString id)
         chapterTitle = mCommon::getChapterFromPath(node->FullPath());
         f.TopicID = m_topic.ID;
     }
-    f.Action = action;
+    f.Action = static_cast<int>(action);
 
-    if (action == 2) {
+    if (action == TopicAction::Delete) {
         f.CutElement = QStringLiteral("topic");
         f.xmlIn.clear();
         // The file first: a delete that cannot be written leaves the tree
@@ -257,7 +257,7 @@ bool Session::changeTopic(int action, QString xml, QString title, QString id)
         return true;
     }
 
-    if (action == 1) {
+    if (action == TopicAction::Save) {
         // Every way out before the write ends is a failure to write, except
         // the refusals by the topic's rules below.
         m_saveFailed = true;
@@ -339,7 +339,7 @@ bool Session::changeTopic(int action, QString xml, QString title, QString id)
                           QStringLiteral("Insert"), title))
                 return false;
         }
-        bool exists = action == 5 ? titleExistsAmongChildren(chapterNode, title) : titleExistsAmongChildren(node->Parent(), title);
+        bool exists = action == TopicAction::Insert ? titleExistsAmongChildren(chapterNode, title) : titleExistsAmongChildren(node->Parent(), title);
         if (exists) {
             m_box.exclamation(QStringLiteral("Topic with same name already exists! Topic can not be inserted!"));
             return false;
@@ -350,7 +350,7 @@ bool Session::changeTopic(int action, QString xml, QString title, QString id)
         xml = newTopicText(id, title);
     }
     f.xmlIn = xml;
-    if (action == 5) {
+    if (action == TopicAction::Insert) {
         NodePtr parent = chapterNode->Parent();
         f.CutElement = (parent && parent->Tag == QLatin1String("chapter")) ? QStringLiteral("subchapter")
                                                                            : QStringLiteral("chapter");
@@ -359,8 +359,8 @@ bool Session::changeTopic(int action, QString xml, QString title, QString id)
     }
     if (!rewriteChapter(chapterTitle, f))
         return false;
-    NodePtr added = action == 5 ? m_tree.Add(chapterNode, Relation::Child, id, title, treeimg::Topic, treeimg::TopicSel)
-                                : m_tree.Add(node, action == 3 ? Relation::Previous : Relation::Next, id, title,
+    NodePtr added = action == TopicAction::Insert ? m_tree.Add(chapterNode, Relation::Child, id, title, treeimg::Topic, treeimg::TopicSel)
+                                : m_tree.Add(node, action == TopicAction::InsertBefore ? Relation::Previous : Relation::Next, id, title,
                                              treeimg::Topic, treeimg::TopicSel);
     if (!added)
         return false;
@@ -374,9 +374,9 @@ bool Session::changeTopic(int action, QString xml, QString title, QString id)
 
 void Session::mnuSave()
 {
-    if (!m_enabling[QStringLiteral("mnuSave")])
+    if (!enabled(CommandId::Save))
         return;
-    changeTopic(1);
+    changeTopic(TopicAction::Save);
 }
 
 void Session::mnuDeleteTopic()
@@ -387,7 +387,7 @@ void Session::mnuDeleteTopic()
     if (m_box.show(QStringLiteral("Delete topic \"") + node->Text + QStringLiteral("\"?"), MsgButtons::YesNo,
                    MsgIcon::Question, kAppTitle) != MsgAnswer::Yes)
         return;
-    if (changeTopic(2)) {
+    if (changeTopic(TopicAction::Delete)) {
         // Show what the tree selected in place of the deleted topic.
         NodePtr sel = m_tree.SelectedItem();
         if (sel)

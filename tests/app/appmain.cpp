@@ -10,6 +10,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
+
 namespace {
 
 int g_expectedTimeouts = 0;
@@ -41,6 +43,13 @@ app_testing::ExpectPageTimeouts::~ExpectPageTimeouts()
 
 int main(int argc, char** argv)
 {
+#ifdef QUILLARY_TEST_GIVE_UP_ROOT
+    // Root writes through any mode: permissions are only real for others.
+    if (!testing_support::giveUpRootForGood()) {
+        std::fprintf(stderr, "could not become an unprivileged user\n");
+        return 1;
+    }
+#endif
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
     if (qEnvironmentVariableIsEmpty("QTWEBENGINE_CHROMIUM_FLAGS"))

@@ -767,3 +767,46 @@ TEST_F(MainWindowTest, StartingWithAProjectNeverLeavesThePageUnanswered)
         w.close();
     }
 }
+
+// One action per command, shared by menu, toolbar and context menus; every
+// shortcut on exactly one action; the enabling follows the session.
+TEST_F(MainWindowTest, OneActionPerCommandSharedByMenuToolbarAndContextMenus)
+{
+    for (const Command& c : commandTable()) {
+        if (c.id == CommandId::ElementTools || c.id == CommandId::TableTools)
+            continue;
+        const QList<QAction*> found = window->findChildren<QAction*>(QString::fromLatin1(c.objectName));
+        EXPECT_EQ(found.size(), 1) << c.objectName;
+        EXPECT_EQ(window->action(c.id), found.value(0)) << c.objectName;
+    }
+    EXPECT_EQ(window->action(QStringLiteral("Save")), window->action(CommandId::Save));
+    EXPECT_TRUE(window->tlbCommon->actions().contains(window->action(CommandId::Save)));
+    EXPECT_TRUE(window->menu(QStringLiteral("mnuFile"))->actions().contains(window->action(CommandId::Save)));
+    EXPECT_TRUE(window->menu(QStringLiteral("mnuTopic"))->actions().contains(window->action(CommandId::DeleteTopic)));
+
+    QMap<QString, QStringList> owners;
+    for (QAction* a : window->findChildren<QAction*>())
+        for (const QKeySequence& k : a->shortcuts())
+            owners[k.toString()] << a->objectName();
+    for (auto it = owners.begin(); it != owners.end(); ++it)
+        EXPECT_EQ(it.value().size(), 1) << it.key().toStdString() << ": " << it.value().join(' ').toStdString();
+    EXPECT_EQ(owners.value(QStringLiteral("Ctrl+S")), QStringList{QStringLiteral("mnuSave")});
+    EXPECT_EQ(owners.value(QStringLiteral("Ctrl+B")), QStringList{QStringLiteral("Sign")});
+
+    // No topic: no saving; a topic: saving; a finished one: saving its mark only.
+    auto on = [this](CommandId id) { return window->action(id)->isEnabled(); };
+    EXPECT_FALSE(on(CommandId::Save));
+    EXPECT_FALSE(on(CommandId::DeleteTopic));
+    window->startUp(copySample());
+    EXPECT_FALSE(on(CommandId::Save));
+    EXPECT_TRUE(on(CommandId::DeleteTopic));
+    ASSERT_TRUE(window->openTopic(QStringLiteral("topic1")));
+    EXPECT_TRUE(on(CommandId::Save));
+    EXPECT_TRUE(on(CommandId::Paste));
+    EXPECT_FALSE(on(CommandId::Spelling));
+    EXPECT_FALSE(on(CommandId::ContextHelp));
+    ASSERT_TRUE(window->openTopic(QStringLiteral("topic5")));
+    EXPECT_TRUE(on(CommandId::Save));
+    EXPECT_FALSE(on(CommandId::Paste));
+    EXPECT_TRUE(on(CommandId::Copy));
+}

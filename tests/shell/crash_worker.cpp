@@ -56,7 +56,7 @@ int main(int argc, char** argv)
         } else if (what == 1 && topics.size() < 200) {
             NodePtr c = chapters[rng() % chapters.size()];
             session.clickOnTopic(c);
-            session.changeTopic(5);
+            session.changeTopic(TopicAction::Insert);
         } else {
             NodePtr source = (what == 3) ? chapters[rng() % chapters.size()] : t;
             NodePtr target = rng() % 2 ? topics[rng() % topics.size()] : chapters[rng() % chapters.size()];

@@ -113,7 +113,7 @@ NodePtr SessionFixture::addChapter(const QString& title)
 {
     session.clickOnTopic(session.tree().Root());
     titles.push_back(title);
-    session.changeChapter(9);
+    session.changeChapter(ChapterAction::Insert);
     return node(title);
 }
 
@@ -121,7 +121,7 @@ NodePtr SessionFixture::addSubchapter(const QString& parentPath, const QString& 
 {
     session.clickOnTopic(node(parentPath));
     titles.push_back(title);
-    session.changeChapter(9);
+    session.changeChapter(ChapterAction::Insert);
     return node(parentPath + QLatin1Char('\\') + title);
 }
 
@@ -129,7 +129,7 @@ NodePtr SessionFixture::addTopic(const QString& chapterPath, const QString& titl
 {
     session.clickOnTopic(node(chapterPath));
     titles.push_back(title);
-    session.changeTopic(5);
+    session.changeTopic(TopicAction::Insert);
     return node(chapterPath + QLatin1Char('\\') + title);
 }
 

@@ -12,10 +12,10 @@ TEST_F(SessionFixture, TopLevelChaptersInsertDeleteRename)
     addChapter(QStringLiteral("B"));
     click(QStringLiteral("B"));
     titles.push_back(QStringLiteral("A"));
-    ASSERT_TRUE(session.changeChapter(7));
+    ASSERT_TRUE(session.changeChapter(ChapterAction::InsertBefore));
     click(QStringLiteral("B"));
     titles.push_back(QStringLiteral("C"));
-    ASSERT_TRUE(session.changeChapter(8));
+    ASSERT_TRUE(session.changeChapter(ChapterAction::InsertAfter));
     EXPECT_EQ(dumpTree(session.tree()),
               (QStringList{"0 book  Manual", "1 chapter  A", "1 chapter  B", "1 chapter  C"}));
     expectTreeInStep();
@@ -27,7 +27,7 @@ TEST_F(SessionFixture, TopLevelChaptersInsertDeleteRename)
     // A title taken (whatever the case) is refused.
     click(QStringLiteral("B"));
     titles.push_back(QStringLiteral("a"));
-    EXPECT_FALSE(session.changeChapter(8));
+    EXPECT_FALSE(session.changeChapter(ChapterAction::InsertAfter));
     EXPECT_EQ(box.last(), QStringLiteral("Chapter with same title already exists! Chapter can not be inserted!"));
 
     // Rename: the entry moves to the end of the project file, the order stays.
@@ -72,10 +72,10 @@ TEST_F(SessionFixture, SubchaptersInsertDeleteRenameNested)
     addTopic(QStringLiteral("Top\\S1"), QStringLiteral("Late"));
     click(QStringLiteral("Top\\S1"));
     titles.push_back(QStringLiteral("S0"));
-    ASSERT_TRUE(session.changeChapter(7));
+    ASSERT_TRUE(session.changeChapter(ChapterAction::InsertBefore));
     click(QStringLiteral("Top\\S1"));
     titles.push_back(QStringLiteral("S2"));
-    ASSERT_TRUE(session.changeChapter(8));
+    ASSERT_TRUE(session.changeChapter(ChapterAction::InsertAfter));
     EXPECT_EQ(dumpTree(session.tree()),
               (QStringList{"0 book  Manual", "1 chapter  Top", "2 chapter sub3 S0", "2 chapter sub1 S1",
                            "3 chapter sub2 Nested", "4 topic topic1 Deep", "3 topic topic2 Late", "2 chapter sub4 S2"}));
@@ -83,7 +83,7 @@ TEST_F(SessionFixture, SubchaptersInsertDeleteRenameNested)
 
     click(QStringLiteral("Top\\S1"));
     titles.push_back(QStringLiteral("s2"));
-    EXPECT_FALSE(session.changeChapter(8));
+    EXPECT_FALSE(session.changeChapter(ChapterAction::InsertAfter));
     EXPECT_EQ(box.last(), QStringLiteral("Chapter with same name already exists! Chapter can not be inserted!"));
 
     // Renaming S1 leaves the nested subchapter's title alone.

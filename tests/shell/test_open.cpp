@@ -9,7 +9,7 @@ TEST_F(SessionFixture, OpenGoodMissingAndInvalid)
 {
     EXPECT_EQ(session.caption(), QStringLiteral("Quillary Author"));
     EXPECT_EQ(session.panel(1), QStringLiteral("Ready"));
-    EXPECT_FALSE(session.enabling().at(QStringLiteral("mnuOutput")));
+    EXPECT_FALSE(session.enabled(CommandId::Output));
     EXPECT_TRUE(surface.browseMode());
     EXPECT_TRUE(surface.bodyHTML().contains(QStringLiteral("Open or create project")));
 
@@ -20,9 +20,9 @@ TEST_F(SessionFixture, OpenGoodMissingAndInvalid)
     EXPECT_EQ(dumpTree(session.tree()), QStringList{QStringLiteral("0 book  Manual")});
     for (const char* m : {"mnuNew", "mnuOutput", "mnuVerify", "mnuBackup", "mnuExportImport", "mnuContextHelp",
                           "mnuNewLanguage", "mnuExport"})
-        EXPECT_TRUE(session.enabling().at(QString::fromLatin1(m))) << m;
-    EXPECT_FALSE(session.enabling().at(QStringLiteral("mnuImport")));
-    EXPECT_FALSE(session.enabling().at(QStringLiteral("mnuUnlock")));
+        EXPECT_TRUE(session.enabled(*commandByName(QString::fromLatin1(m)))) << m;
+    EXPECT_FALSE(session.enabled(CommandId::Import));
+    EXPECT_FALSE(session.enabled(CommandId::Unlock));
     EXPECT_EQ(surface.baseURL(), dir.path() + QStringLiteral("/manual/"));
 
     session.openProject(dir.file(QStringLiteral("nothing.qly")));
@@ -80,24 +80,24 @@ TEST_F(SessionFixture, LockedProjectIsReadOnly)
     EXPECT_EQ(box.lastIcon(), MsgIcon::Exclamation);
     EXPECT_TRUE(session.isLocked());
     EXPECT_FALSE(session.dropEnabled());
-    EXPECT_FALSE(session.enabling().at(QStringLiteral("mnuExport")));
-    EXPECT_FALSE(session.enabling().at(QStringLiteral("mnuNewLanguage")));
-    EXPECT_TRUE(session.enabling().at(QStringLiteral("mnuImport")));
-    EXPECT_TRUE(session.enabling().at(QStringLiteral("mnuUnlock")));
+    EXPECT_FALSE(session.enabled(CommandId::Export));
+    EXPECT_FALSE(session.enabled(CommandId::NewLanguage));
+    EXPECT_TRUE(session.enabled(CommandId::Import));
+    EXPECT_TRUE(session.enabled(CommandId::Unlock));
 
     click(QStringLiteral("Intro\\First"));
     EXPECT_TRUE(surface.browseMode());
-    EXPECT_FALSE(session.enabling().at(QStringLiteral("mnuSave")));
-    EXPECT_TRUE(session.enabling().at(QStringLiteral("mnuCopy")));
-    EXPECT_TRUE(session.enabling().at(QStringLiteral("mnuFind")));
+    EXPECT_FALSE(session.enabled(CommandId::Save));
+    EXPECT_TRUE(session.enabled(CommandId::Copy));
+    EXPECT_TRUE(session.enabled(CommandId::Find));
 
     // No tree edits.
     QByteArray chapter = readBytes(session.project().getChapterFile(QStringLiteral("Intro")));
     titles.push_back(QStringLiteral("New"));
-    EXPECT_FALSE(session.changeTopic(3));
+    EXPECT_FALSE(session.changeTopic(TopicAction::InsertBefore));
     click(QStringLiteral("Intro"));
-    EXPECT_FALSE(session.changeChapter(9));
-    EXPECT_FALSE(session.changeChapter(6));
+    EXPECT_FALSE(session.changeChapter(ChapterAction::Insert));
+    EXPECT_FALSE(session.changeChapter(ChapterAction::Delete));
     EXPECT_FALSE(session.canDrop(node(QStringLiteral("Intro\\First")), node(QStringLiteral("Intro"))));
     EXPECT_EQ(readBytes(session.project().getChapterFile(QStringLiteral("Intro"))), chapter);
 

@@ -30,43 +30,6 @@ using namespace testing_support;
 
 namespace {
 
-// No file of this process may grow while it lives: every write fails with
-// EFBIG, for root too, where permissions stop nothing.
-class NoFileWrites {
-public:
-    NoFileWrites()
-    {
-        m_oldSignal = std::signal(SIGXFSZ, SIG_IGN);
-        getrlimit(RLIMIT_FSIZE, &m_old);
-        rlimit none = m_old;
-        none.rlim_cur = 0;
-        setrlimit(RLIMIT_FSIZE, &none);
-    }
-    ~NoFileWrites()
-    {
-        setrlimit(RLIMIT_FSIZE, &m_old);
-        std::signal(SIGXFSZ, m_oldSignal);
-    }
-
-private:
-    rlimit m_old{};
-    void (*m_oldSignal)(int) = nullptr;
-};
-
-std::map<QString, QByteArray> filesBelow(const QString& folder)
-{
-    std::map<QString, QByteArray> out;
-    QDirIterator it(folder, QDir::Files | QDir::Hidden | QDir::NoDotAndDotDot, QDirIterator::Subdirectories);
-    while (it.hasNext()) {
-        const QString path = it.next();
-        if (path.endsWith(ProjectLock::kFileName))
-            continue; // the writers' lock, empty, is taken by every writer
-        QFile f(path);
-        out[path] = f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray("<unreadable>");
-    }
-    return out;
-}
-
 struct SessionState {
     QStringList tree;
     QString shownKey, shownText, body, panel1;
@@ -185,8 +148,8 @@ TEST_F(ReadOnlyProject, EveryWritingCommandIsRefusedAndChangesNothing)
     ASSERT_FALSE(session.topicChanged());
 
     onTopic("One\\Alpha");
-    refused("insert topic before", [&] { titles.push_back(QStringLiteral("New")); session.changeTopic(3); }, why);
-    refused("insert topic after", [&] { titles.push_back(QStringLiteral("New")); session.changeTopic(4); }, why);
+    refused("insert topic before", [&] { titles.push_back(QStringLiteral("New")); session.changeTopic(TopicAction::InsertBefore); }, why);
+    refused("insert topic after", [&] { titles.push_back(QStringLiteral("New")); session.changeTopic(TopicAction::InsertAfter); }, why);
     refused("delete topic", [&] { session.mnuDeleteTopic(); }, why);
     // The finished mark is the author's change; saving it is the command.
     session.mnuComplete();
@@ -196,22 +159,22 @@ TEST_F(ReadOnlyProject, EveryWritingCommandIsRefusedAndChangesNothing)
     session.clearDirty();
 
     click("One");
-    refused("insert topic into chapter", [&] { titles.push_back(QStringLiteral("New")); session.changeTopic(5); }, why);
-    refused("insert subchapter", [&] { titles.push_back(QStringLiteral("New")); session.changeChapter(9); }, why);
-    refused("insert chapter before", [&] { titles.push_back(QStringLiteral("New")); session.changeChapter(7); }, why);
-    refused("insert chapter after", [&] { titles.push_back(QStringLiteral("New")); session.changeChapter(8); }, why);
+    refused("insert topic into chapter", [&] { titles.push_back(QStringLiteral("New")); session.changeTopic(TopicAction::Insert); }, why);
+    refused("insert subchapter", [&] { titles.push_back(QStringLiteral("New")); session.changeChapter(ChapterAction::Insert); }, why);
+    refused("insert chapter before", [&] { titles.push_back(QStringLiteral("New")); session.changeChapter(ChapterAction::InsertBefore); }, why);
+    refused("insert chapter after", [&] { titles.push_back(QStringLiteral("New")); session.changeChapter(ChapterAction::InsertAfter); }, why);
     refused("chapter properties", [&] { titles.push_back(QStringLiteral("Renamed")); session.mnuChapterProperties(); },
             why);
     click("Two");
     click("One\\Sub");
     refused("subchapter properties", [&] { titles.push_back(QStringLiteral("Renamed")); session.mnuChapterProperties(); },
             why);
-    refused("insert topic into subchapter", [&] { titles.push_back(QStringLiteral("New")); session.changeTopic(5); },
+    refused("insert topic into subchapter", [&] { titles.push_back(QStringLiteral("New")); session.changeTopic(TopicAction::Insert); },
             why);
     refused("delete subchapter", [&] { session.mnuDeleteChapter(); }, why);
 
     click("");
-    refused("insert chapter into book", [&] { titles.push_back(QStringLiteral("New")); session.changeChapter(9); }, why);
+    refused("insert chapter into book", [&] { titles.push_back(QStringLiteral("New")); session.changeChapter(ChapterAction::Insert); }, why);
     refused("book properties", [&] { session.mnuChapterProperties(); session.editBookProperties(); }, why);
 
     // An empty chapter to delete: made before writes fail.
@@ -277,10 +240,10 @@ void ReadOnlyProject::permissionsTakenAway()
         surface.userEdit(QStringLiteral("<h1>Alpha</h1><p>New text.</p>"));
         session.mnuSave();
         titles.push_back(QStringLiteral("New"));
-        session.changeTopic(3);
+        session.changeTopic(TopicAction::InsertBefore);
         click("One");
         titles.push_back(QStringLiteral("New"));
-        session.changeTopic(5);
+        session.changeTopic(TopicAction::Insert);
     } catch (...) {
         escaped = true;
     }
@@ -317,20 +280,20 @@ void ReadOnlyProject::opensReadOnly()
     EXPECT_TRUE(box.last().contains(QString::fromLocal8Bit(std::strerror(EACCES)))) << box.last().toStdString();
     EXPECT_FALSE(session.dropEnabled());
     for (const char* m : {"mnuNewLanguage", "mnuExport", "mnuImport", "mnuUnlock"})
-        EXPECT_FALSE(session.enabling().at(QString::fromLatin1(m))) << m;
+        EXPECT_FALSE(session.enabled(*commandByName(QString::fromLatin1(m)))) << m;
 
     // A topic shows read-only; nothing that writes runs.
     click(QStringLiteral("One\\Alpha"));
     EXPECT_TRUE(surface.browseMode());
-    EXPECT_FALSE(session.enabling().at(QStringLiteral("mnuSave")));
+    EXPECT_FALSE(session.enabled(CommandId::Save));
     const QString before = readText(chapter);
     box.clear();
     titles.push_back(QStringLiteral("New"));
-    EXPECT_FALSE(session.changeTopic(3));
+    EXPECT_FALSE(session.changeTopic(TopicAction::InsertBefore));
     click(QStringLiteral("One"));
     titles.push_back(QStringLiteral("New"));
-    EXPECT_FALSE(session.changeTopic(5));
-    EXPECT_FALSE(session.changeChapter(9));
+    EXPECT_FALSE(session.changeTopic(TopicAction::Insert));
+    EXPECT_FALSE(session.changeChapter(ChapterAction::Insert));
     EXPECT_EQ(readText(chapter), before);
     ::chmod(QFile::encodeName(folder).constData(), 0755);
 }
@@ -429,7 +392,7 @@ TEST_F(ReadOnlyProject, DeletingTheOpenTopicNeverLeavesItEditable)
     EXPECT_FALSE(session.shownTopic());
     EXPECT_FALSE(surface.bodyHTML().contains(QStringLiteral("Alpha")));
     EXPECT_TRUE(surface.browseMode());
-    EXPECT_FALSE(session.enabling().at(QStringLiteral("mnuSave")));
+    EXPECT_FALSE(session.enabled(CommandId::Save));
     expectTreeInStep();
 
     // A delete that cannot be written leaves the topic shown and in the tree.

@@ -32,10 +32,10 @@ TEST_F(SessionFixture, InsertTopicsEveryWayWithTreeAndFileInStep)
     EXPECT_TRUE(surface.bodyHTML().contains(QStringLiteral("Middle")));
 
     titles.push_back(QStringLiteral("Before"));
-    ASSERT_TRUE(session.changeTopic(3));
+    ASSERT_TRUE(session.changeTopic(TopicAction::InsertBefore));
     click(QStringLiteral("Intro\\Middle"));
     titles.push_back(QStringLiteral("After"));
-    ASSERT_TRUE(session.changeTopic(4));
+    ASSERT_TRUE(session.changeTopic(TopicAction::InsertAfter));
     addSubchapter(QStringLiteral("Intro"), QStringLiteral("Sub"));
     addTopic(QStringLiteral("Intro\\Sub"), QStringLiteral("Inside"));
     EXPECT_EQ(dumpTree(session.tree()),
@@ -46,17 +46,17 @@ TEST_F(SessionFixture, InsertTopicsEveryWayWithTreeAndFileInStep)
     // Refused titles: duplicates whatever the case, and "&", "<", ">".
     click(QStringLiteral("Intro"));
     titles.push_back(QStringLiteral("middle"));
-    EXPECT_FALSE(session.changeTopic(5));
+    EXPECT_FALSE(session.changeTopic(TopicAction::Insert));
     EXPECT_EQ(box.last(), QStringLiteral("Topic with same name already exists! Topic can not be inserted!"));
     click(QStringLiteral("Intro\\Middle"));
     titles.push_back(QStringLiteral("AFTER"));
-    EXPECT_FALSE(session.changeTopic(3));
+    EXPECT_FALSE(session.changeTopic(TopicAction::InsertBefore));
     EXPECT_EQ(box.last(), QStringLiteral("Topic with same name already exists! Topic can not be inserted!"));
     titles.push_back(QStringLiteral("A & B"));
-    EXPECT_FALSE(session.changeTopic(4));
+    EXPECT_FALSE(session.changeTopic(TopicAction::InsertAfter));
     EXPECT_EQ(box.last(), QStringLiteral("Chapter title may not include \"&\", \"<\", \">\" characters!"));
     titles.push_back(QString()); // Cancel
-    EXPECT_FALSE(session.changeTopic(4));
+    EXPECT_FALSE(session.changeTopic(TopicAction::InsertAfter));
     expectTreeInStep();
     EXPECT_EQ(session.project().counter("topicid"), QStringLiteral("4")); // refusals took no ID
 }
@@ -166,8 +166,8 @@ TEST_F(SessionFixture, FinishedMarkToggleSavedWithTheTopic)
     EXPECT_EQ(session.panel(2), QStringLiteral("locked"));
     EXPECT_EQ(session.panelImage(), treeimg::Anchor);
     EXPECT_TRUE(surface.browseMode());
-    EXPECT_TRUE(session.enabling().at(QStringLiteral("mnuSave")));
-    EXPECT_FALSE(session.enabling().at(QStringLiteral("mnuPaste")));
+    EXPECT_TRUE(session.enabled(CommandId::Save));
+    EXPECT_FALSE(session.enabled(CommandId::Paste));
     // Leaving asks; Yes saves the state in this language.
     box.answer(MsgAnswer::Yes);
     click(QStringLiteral("Intro\\B"));
@@ -205,7 +205,7 @@ TEST_F(SessionFixture, ASaveThatCannotMergeWritesNothingAndKeepsTheText)
         click(QStringLiteral("Intro\\Odd"));
         box.clear();
         surface.userEdit(QStringLiteral("<h1>Odd</h1><p>New text</p>"));
-        EXPECT_FALSE(session.changeTopic(1));
+        EXPECT_FALSE(session.changeTopic(TopicAction::Save));
         EXPECT_TRUE(box.last().startsWith(QStringLiteral("The topic \"topic1\" cannot be saved"))) << box.last().toStdString();
         EXPECT_EQ(readBytes(file), before);
         // The typed text is still there to be saved elsewhere.

@@ -57,7 +57,7 @@ TEST_F(SessionFixture, ClickingTheShownTopicAgainDoesNothing)
     EXPECT_EQ(session.topic().ID, QStringLiteral("topic1"));
     EXPECT_FALSE(surface.browseMode());
     EXPECT_EQ(session.panel(1), QStringLiteral("Manual\\Intro\\First"));
-    EXPECT_TRUE(session.enabling().at(QStringLiteral("mnuSave")));
+    EXPECT_TRUE(session.enabled(CommandId::Save));
 
     surface.userEdit(QStringLiteral("<h1>First</h1><p>typed</p>"));
     box.clear();

@@ -2,6 +2,7 @@
 
 #include "fileio.h"
 #include "newproject.h"
+#include "projectlock.h"
 
 #include <QDir>
 #include <QDirIterator>
@@ -11,10 +12,13 @@
 #include <gtest/gtest.h>
 
 #include <grp.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <stdexcept>
 
 namespace testing_support {
@@ -86,7 +90,9 @@ void writeBytes(const QString& path, const QByteArray& bytes)
 
 QString sampleFolder()
 {
-    return QStringLiteral(QUILLARY_SOURCE_DIR "/examples/sample");
+    // A copy made for a program that gave up root's rights.
+    const QString copy = qEnvironmentVariable("QUILLARY_TEST_SAMPLE");
+    return copy.isEmpty() ? QStringLiteral(QUILLARY_SOURCE_DIR "/examples/sample") : copy;
 }
 
 void copyTree(const QString& from, const QString& to)
@@ -151,6 +157,59 @@ bool runUnprivileged(const std::function<void()>& body, const QStringList& folde
     for (const QString& f : folders)
         chownTree(f, 0, 0);
     return started && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+bool giveUpRootForGood()
+{
+    if (::geteuid() != 0)
+        return true;
+    constexpr uid_t kNobody = 65534;
+    constexpr gid_t kNogroup = 65534;
+    char base[] = "/tmp/quillary-nobody-XXXXXX";
+    if (!::mkdtemp(base))
+        return false;
+    const QString home = QString::fromLocal8Bit(base);
+    copyTree(sampleFolder(), home + QStringLiteral("/sample"));
+    chownTree(home, kNobody, kNogroup);
+    if (::setgroups(0, nullptr) != 0 || ::setgid(kNogroup) != 0 || ::setuid(kNobody) != 0)
+        return false;
+    qputenv("HOME", base);
+    qputenv("QUILLARY_TEST_SAMPLE", (home + QStringLiteral("/sample")).toLocal8Bit());
+    return true;
+}
+
+NoFileWrites::NoFileWrites()
+{
+    m_oldSignal = std::signal(SIGXFSZ, SIG_IGN);
+    rlimit old{};
+    ::getrlimit(RLIMIT_FSIZE, &old);
+    m_oldLimit = static_cast<long long>(old.rlim_cur);
+    rlimit none = old;
+    none.rlim_cur = 0;
+    ::setrlimit(RLIMIT_FSIZE, &none);
+}
+
+NoFileWrites::~NoFileWrites()
+{
+    rlimit old{};
+    ::getrlimit(RLIMIT_FSIZE, &old);
+    old.rlim_cur = static_cast<rlim_t>(m_oldLimit);
+    ::setrlimit(RLIMIT_FSIZE, &old);
+    std::signal(SIGXFSZ, m_oldSignal);
+}
+
+std::map<QString, QByteArray> filesBelow(const QString& folder)
+{
+    std::map<QString, QByteArray> out;
+    QDirIterator it(folder, QDir::Files | QDir::Hidden | QDir::NoDotAndDotDot, QDirIterator::Subdirectories);
+    while (it.hasNext()) {
+        const QString path = it.next();
+        if (path.endsWith(ProjectLock::kFileName))
+            continue;
+        QFile f(path);
+        out[path] = f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray("<unreadable>");
+    }
+    return out;
 }
 
 } // namespace testing_support

@@ -9,6 +9,7 @@
 #include <QStringList>
 
 #include <functional>
+#include <map>
 #include <QTemporaryDir>
 
 namespace testing_support {
@@ -52,6 +53,30 @@ QString copySample(const QString& dir, const QString& sub = {});
 // here. The folders are handed to that user first and given back after.
 // Returns false when the child could not be started or failed.
 bool runUnprivileged(const std::function<void()>& body, const QStringList& folders);
+
+// For a test program that must run unprivileged as a whole (a web page's
+// processes cannot be forked): as root, copies the sample where the user
+// "nobody" can read it, then becomes that user for good, with a home of its
+// own. Does nothing for other users. False when it could not.
+bool giveUpRootForGood();
+
+// No file of this process may grow while it lives: every write fails with
+// EFBIG, for root too, where permissions stop nothing.
+class NoFileWrites {
+public:
+    NoFileWrites();
+    ~NoFileWrites();
+    NoFileWrites(const NoFileWrites&) = delete;
+    NoFileWrites& operator=(const NoFileWrites&) = delete;
+
+private:
+    long long m_oldLimit = 0;
+    void (*m_oldSignal)(int) = nullptr;
+};
+
+// Every file below folder with its bytes, the writers' lock file left out
+// (every writer takes it, empty).
+std::map<QString, QByteArray> filesBelow(const QString& folder);
 
 } // namespace testing_support
 
