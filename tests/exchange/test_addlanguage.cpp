@@ -145,7 +145,7 @@ TEST(AddLanguage, GivesEveryTopicChapterAndTheBookTheLanguage)
     const QString ch2 = readText(again.chapterFileList().at(1));
     EXPECT_TRUE(ch2.contains(QStringLiteral("<title lang=\"de\">Referenz</title><title lang=\"fr\">Reference</title>")));
     EXPECT_TRUE(ch2.contains(QStringLiteral("<title lang=\"fr\" state=\"uncomplete\" stamp=\"")));
-    EXPECT_TRUE(ch2.contains(QStringLiteral("\">Links &amp; Anchors</title><onelang lang=\"en\">")));
+    EXPECT_TRUE(ch2.contains(QStringLiteral("\">Links and Anchors</title><onelang lang=\"en\">")));
     EXPECT_TRUE(leftovers(again.GetProjectFolder()).isEmpty());
 }
 

@@ -242,3 +242,24 @@ TEST_F(SessionFixture, ARewriteKeepsTheDocumentTypeOfItsReferences)
     for (const QString& line : treeFromFiles(projectFile))
         EXPECT_FALSE(line.startsWith(QStringLiteral("BOX:"))) << line.toStdString();
 }
+
+// The sample keeps the program's own rules: every topic saves unchanged.
+TEST_F(SessionFixture, EveryTopicOfTheSampleSavesAsItIs)
+{
+    const QString qly = copySample(dir.path(), QStringLiteral("sample"));
+    session.openProject(qly);
+    ASSERT_TRUE(session.isOpen()) << box.texts().join(QLatin1Char('|')).toStdString();
+    QList<NodePtr> topics;
+    session.tree().forEach([&](const NodePtr& n, int) {
+        if (n->Tag == QLatin1String("topic"))
+            topics << n;
+    });
+    ASSERT_EQ(topics.size(), 6);
+    for (const NodePtr& t : topics) {
+        box.clear();
+        session.clickOnTopic(t);
+        ASSERT_EQ(session.shownTopic(), t) << t->Text.toStdString();
+        EXPECT_TRUE(session.changeTopic(TopicAction::Save)) << t->Text.toStdString();
+        EXPECT_TRUE(box.empty()) << t->Text.toStdString() << ": " << box.texts().join(QLatin1Char('|')).toStdString();
+    }
+}

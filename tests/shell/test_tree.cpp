@@ -14,7 +14,7 @@ TEST_F(SessionFixture, TreeOfTheSampleWithNestingAndEntities)
     EXPECT_EQ(dumpTree(session.tree()),
               (QStringList{"0 book  Sample Manual", "1 chapter  Getting Started", "2 topic topic1 Welcome",
                            "2 topic topic2 Starting the Program", "1 chapter  Reference", "2 topic topic3 Tables",
-                           "2 chapter sub1 Details", "3 topic topic4 Links & Anchors", "3 chapter sub2 Deeper",
+                           "2 chapter sub1 Details", "3 topic topic4 Links and Anchors", "3 chapter sub2 Deeper",
                            "4 topic topic5 Finished Topic", "1 chapter  Appendix", "2 topic topic6 Print Notes"}));
     NodePtr done = node(QStringLiteral("Reference\\Details\\Deeper\\Finished Topic"));
     ASSERT_TRUE(done);
