@@ -3,7 +3,6 @@
 #include "mcommon.h"
 #include "xmlsafety.h"
 
-#include <QSet>
 
 #include <algorithm>
 
@@ -37,16 +36,8 @@ KeywordTree parseIndexText(const QString& text)
         (QStringLiteral("<indexes>") + text + QStringLiteral("</indexes>")).toUtf8(), {}, 0, false, nullptr);
     if (!doc)
         return tree;
-    QSet<QString> keys;
-    // Keys of the tree's nodes are unique; an empty key is no key.
-    auto takeKey = [&keys](const QString& key) -> bool {
-        if (key.isEmpty())
-            return true;
-        if (keys.contains(key))
-            return false;
-        keys.insert(key);
-        return true;
-    };
+    // A transid that repeats (a keyword copied with its topic, say) is kept
+    // on both keywords: dropping one would lose the author's keyword.
     for (xmlNode* index : elementChildren(xmlDocGetRootElement(doc.get()))) {
         if (!named(index, "index"))
             continue;
@@ -70,16 +61,12 @@ KeywordTree parseIndexText(const QString& text)
                 break;
             }
         if (parts.size() >= 2 && secondary) {
-            if (!takeKey(transid))
-                continue;
             if (!found) {
                 tree.push_back({ptext, QString(), {}});
                 found = &tree.back();
             }
             found->children.push_back({xmlsafe::nodeText(secondary), transid, {}});
         } else if (!found) {
-            if (!takeKey(transid))
-                continue;
             tree.push_back({ptext, transid, {}});
         }
     }

@@ -14,8 +14,7 @@ struct Keyword {
 using KeywordTree = std::vector<Keyword>;
 
 // Fills the tree from index text (index elements without a root). A primary
-// keyword shared by several index elements shows once; an index element whose
-// transid is already a key in the tree cannot become a node and is left out.
+// keyword shared by several index elements shows once; a transid may repeat.
 KeywordTree parseIndexText(const QString& text);
 // The index text of the tree: one index per secondary node, or one for a
 // primary node without children, with the key as transid when not empty.

@@ -454,6 +454,24 @@ TEST(IndexForm, FillsTheTreeAndWritesTheText)
                              "<primary>Output</primary><secondary>Sheets</secondary></index>"));
 }
 
+// Two keywords with one transid: both stay, OK writes both.
+TEST(IndexForm, AKeywordWhoseTransidRepeatsIsNotDropped)
+{
+    cString text;
+    text.TextString = QStringLiteral("<index transid=\"trans1\"><primary>Alpha</primary></index>"
+                                     "<index transid=\"trans1\"><primary>Beta</primary></index>");
+    cOKorCancel ok;
+    frmIndex form;
+    form.Indexes(&text);
+    form.OKorCancel(&ok);
+    form.load();
+    EXPECT_EQ(treeLines(form.trvIndex), (QStringList{"Alpha|trans1", "Beta|trans1"}));
+    form.cmdOK->click();
+    EXPECT_TRUE(ok.Change);
+    EXPECT_EQ(text.TextString, QStringLiteral("<index transid=\"trans1\"><primary>Alpha</primary></index>"
+                                              "<index transid=\"trans1\"><primary>Beta</primary></index>"));
+}
+
 TEST(IndexForm, NewNodesAndTheMenu)
 {
     cString text;

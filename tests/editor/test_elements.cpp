@@ -262,13 +262,18 @@ TEST(Keywords, MarkupCharactersReadBackAsTyped)
     EXPECT_EQ(back[1].text, QStringLiteral("Other"));
 }
 
-TEST(Keywords, AKeyTwiceCannotBecomeTwoNodes)
+TEST(Keywords, AKeywordWhoseTransidRepeatsIsKept)
 {
-    const KeywordTree tree = parseIndexText(
-        QStringLiteral("<index transid=\"t1\"><primary>A</primary></index><index transid=\"t1\"><primary>B</primary>"
-                       "</index>"));
-    ASSERT_EQ(tree.size(), 1u);
-    EXPECT_EQ(tree[0].text, QStringLiteral("A"));
+    const QString text = QStringLiteral(
+        "<index transid=\"t1\"><primary>A</primary></index><index transid=\"t1\"><primary>B</primary></index>"
+        "<index transid=\"t2\"><primary>C</primary><secondary>x</secondary></index>"
+        "<index transid=\"t2\"><primary>C</primary><secondary>y</secondary></index>");
+    const KeywordTree tree = parseIndexText(text);
+    ASSERT_EQ(tree.size(), 3u);
+    EXPECT_EQ(tree[1].text, QStringLiteral("B"));
+    EXPECT_EQ(tree[1].key, QStringLiteral("t1"));
+    ASSERT_EQ(tree[2].children.size(), 2u);
+    EXPECT_EQ(buildIndexText(tree), text);
 }
 
 TEST(Keywords, EmptyAndSorted)
