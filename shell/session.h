@@ -166,7 +166,10 @@ private:
     bool moveElement(const NodePtr& source, const NodePtr& target, bool into);
     void renameChapter(bool topLevel);
     void detachChapterNode(const NodePtr& ch);
-    bool askTitle(const QString& caption, const QString& label, const QString& button, QString& text);
+    // The title dialog, asked again with the typed text while refusal (if
+    // given) gives a reason; false on Cancel.
+    bool askTitle(const QString& caption, const QString& label, const QString& button, QString& text,
+                  const std::function<QString(const QString&)>& refusal = {});
     QString newTopicText(const QString& id, const QString& title);
     QString extract(const QString& file, const QString& element, const QString& id);
     QString unwritableReason() const;

@@ -105,8 +105,14 @@ bool Session::changeChapter(ChapterAction action, QString xml, QString title, QS
     // 7, 8, 9: insert a subchapter.
     const bool ready = !xml.isEmpty();
     if (!ready) {
+        auto taken = [&](const QString& t) {
+            const bool exists = action == ChapterAction::Insert ? titleExistsAmongChildren(ch, t)
+                                                                : titleExistsAmongChildren(ch->Parent(), t);
+            return exists ? QStringLiteral("Chapter with same name already exists! Chapter can not be inserted!")
+                          : QString();
+        };
         if (!askTitle(QStringLiteral("Chapter Title"), QStringLiteral("Insert new chapter title"),
-                      QStringLiteral("Insert"), title))
+                      QStringLiteral("Insert"), title, taken))
             return false;
         bool exists = action == ChapterAction::Insert ? titleExistsAmongChildren(ch, title)
                                   : titleExistsAmongChildren(ch->Parent(), title);
@@ -142,8 +148,14 @@ bool Session::insertChapterFile(ChapterAction action)
     if (!ch || !mCommon::checkFreeSpace(m_project.GetProjectFile(), m_box))
         return false;
     QString title;
+    auto taken = [&](const QString& t) {
+        const bool exists = action == ChapterAction::Insert ? titleExistsAmongChildren(ch, t)
+                                                            : titleExistsAmongChildren(ch->Parent(), t);
+        return exists ? QStringLiteral("Chapter with same title already exists! Chapter can not be inserted!")
+                      : QString();
+    };
     if (!askTitle(QStringLiteral("Chapter Title"), QStringLiteral("Insert new chapter title"),
-                  QStringLiteral("Insert"), title))
+                  QStringLiteral("Insert"), title, taken))
         return false;
     bool exists = action == ChapterAction::Insert ? titleExistsAmongChildren(ch, title) : titleExistsAmongChildren(ch->Parent(), title);
     if (exists) {
@@ -255,7 +267,13 @@ void Session::renameChapter(bool topLevel)
         return;
     const QString old = ch->Text;
     QString title = old;
-    if (!askTitle(QStringLiteral("Chapter Title"), QStringLiteral("Chapter title"), QStringLiteral("OK"), title))
+    auto taken = [&](const QString& t) {
+        if (t == old || !titleExists(ch, t))
+            return QString();
+        return topLevel ? QStringLiteral("Chapter with same title already exists! Properties can not be changed!")
+                        : QStringLiteral("Chapter with same name already exists! Chapter can not be renamed!");
+    };
+    if (!askTitle(QStringLiteral("Chapter Title"), QStringLiteral("Chapter title"), QStringLiteral("OK"), title, taken))
         return;
     if (title.isEmpty() || title == old)
         return;

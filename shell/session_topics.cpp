@@ -178,14 +178,23 @@ QString Session::newTopicText(const QString& id, const QString& title)
     return s;
 }
 
-bool Session::askTitle(const QString& caption, const QString& label, const QString& button, QString& text)
+bool Session::askTitle(const QString& caption, const QString& label, const QString& button, QString& text,
+                       const std::function<QString(const QString&)>& refusal)
 {
-    if (!dialogs.topicTitle || !dialogs.topicTitle(caption, label, button, text))
-        return false;
-    // The dialog keeps an empty or refused text from coming back; so do we.
-    if (text.isEmpty())
-        return false;
-    return mCommon::checkXMLChars(text, QStringLiteral("Chapter title"), m_box);
+    // A refused title comes back in the dialog as typed, until it is taken
+    // or the dialog is cancelled: the author never types it twice.
+    for (;;) {
+        if (!dialogs.topicTitle || !dialogs.topicTitle(caption, label, button, text))
+            return false;
+        if (text.isEmpty())
+            return false;
+        if (!mCommon::checkXMLChars(text, QStringLiteral("Chapter title"), m_box))
+            continue;
+        const QString why = refusal ? refusal(text) : QString();
+        if (why.isEmpty())
+            return true;
+        m_box.exclamation(why);
+    }
 }
 
 void Session::chooseSelectionAfterRemoving(const NodePtr& node, bool forTopic)
@@ -335,8 +344,14 @@ bool Session::changeTopic(TopicAction action, QString xml, QString title, QStrin
     const bool ready = !xml.isEmpty();
     if (!ready) {
         if (title.isEmpty()) {
+            auto taken = [&](const QString& t) {
+                const bool exists = action == TopicAction::Insert ? titleExistsAmongChildren(chapterNode, t)
+                                                                  : titleExistsAmongChildren(node->Parent(), t);
+                return exists ? QStringLiteral("Topic with same name already exists! Topic can not be inserted!")
+                              : QString();
+            };
             if (!askTitle(QStringLiteral("Topic Title"), QStringLiteral("Insert new topic title"),
-                          QStringLiteral("Insert"), title))
+                          QStringLiteral("Insert"), title, taken))
                 return false;
         }
         bool exists = action == TopicAction::Insert ? titleExistsAmongChildren(chapterNode, title) : titleExistsAmongChildren(node->Parent(), title);

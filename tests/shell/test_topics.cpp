@@ -263,3 +263,38 @@ TEST_F(SessionFixture, EveryTopicOfTheSampleSavesAsItIs)
         EXPECT_TRUE(box.empty()) << t->Text.toStdString() << ": " << box.texts().join(QLatin1Char('|')).toStdString();
     }
 }
+
+// A refused title comes back in the dialog as typed, until it is taken or
+// the dialog is cancelled.
+TEST_F(SessionFixture, ARefusedTitleIsAskedForAgainAsTyped)
+{
+    newProject({"en"});
+    addChapter(QStringLiteral("Intro"));
+    addTopic(QStringLiteral("Intro"), QStringLiteral("Middle"));
+    click(QStringLiteral("Intro"));
+    QStringList offered;
+    QStringList answers{QStringLiteral("middle"), QStringLiteral("A & B"), QStringLiteral("Second")};
+    session.dialogs.topicTitle = [&](const QString&, const QString&, const QString&, QString& text) {
+        offered << text;
+        if (answers.isEmpty())
+            return false;
+        text = answers.takeFirst();
+        return true;
+    };
+    box.clear();
+    ASSERT_TRUE(session.changeTopic(TopicAction::Insert));
+    EXPECT_EQ(offered, (QStringList{QString(), QStringLiteral("middle"), QStringLiteral("A & B")}));
+    EXPECT_EQ(box.texts(), (QStringList{QStringLiteral("Topic with same name already exists! Topic can not be inserted!"),
+                                        QStringLiteral("Chapter title may not include \"&\", \"<\", \">\" characters!")}));
+    EXPECT_TRUE(node(QStringLiteral("Intro\\Second")));
+
+    // The same for chapters; Cancel ends it with nothing inserted.
+    offered.clear();
+    box.clear();
+    answers = QStringList{QStringLiteral("intro")};
+    click(QStringLiteral("Intro"));
+    EXPECT_FALSE(session.changeChapter(ChapterAction::InsertAfter));
+    EXPECT_EQ(offered, (QStringList{QString(), QStringLiteral("intro")}));
+    EXPECT_EQ(box.texts().size(), 1);
+    expectTreeInStep();
+}
