@@ -315,6 +315,9 @@ bool EditingController::handleKey(int qtKey, Qt::KeyboardModifiers modifiers, bo
     case KeyAction::Pass:
     case KeyAction::Swallow: break;
     case KeyAction::DeleteObject: removeObject(d.ref); break;
+    case KeyAction::ParagraphAfter:
+        command({op(pagekeys::ops::paragraphAfter, d.ref)}, true);
+        return !d.passKey;
     case KeyAction::Help: emit commandRequested(CommandId::About); break;
     case KeyAction::Sign: toggleSign(); break;
     case KeyAction::Copy: copy(); break;

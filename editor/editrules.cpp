@@ -571,7 +571,8 @@ KeyDecision keyFilter(int key, bool ctrl, const Facts& f)
         return d;
     }
     constexpr int kLeft = 0x01000012, kUp = 0x01000013, kRight = 0x01000014, kDown = 0x01000015;
-    constexpr int kDelete = 0x01000007, kF1 = 0x01000030;
+    constexpr int kDelete = 0x01000007, kF1 = 0x01000030, kReturn = 0x01000004, kEnter = 0x01000005;
+    constexpr int kFirstSpecial = 0x01000000;
     const Node* e = f.element();
     if (key == kF1) {
         d.action = KeyAction::Help;
@@ -583,9 +584,16 @@ KeyDecision keyFilter(int key, bool ctrl, const Facts& f)
         return d;
     }
     if (isWrapper(e, "image") || isWrapper(e, "table")) {
+        const bool enter = key == kReturn || key == kEnter;
+        const bool typing = enter || (key >= 0x20 && key < kFirstSpecial);
         if (key == kDelete) {
             d.action = KeyAction::DeleteObject;
             d.ref = e->ref;
+        } else if (typing && e->nextTag.isEmpty() && e->next != QLatin1String("#text")) {
+            // Beside the last object of the body: typing opens a paragraph after it.
+            d.action = KeyAction::ParagraphAfter;
+            d.ref = e->ref;
+            d.passKey = !enter;
         } else if (key != kLeft && key != kUp && key != kRight && key != kDown) {
             // The caret stands beside the object, not in its caption.
             d.action = KeyAction::Swallow;

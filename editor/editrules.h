@@ -136,10 +136,12 @@ Plan contentPlan(const Facts& f, bool undoFlag);
 
 // --- keys -------------------------------------------------------------------
 
-enum class KeyAction { Pass, Swallow, DeleteObject, Help, Sign, Copy, Find, Open, Save, Paste, Cut, Redo, Undo };
+enum class KeyAction { Pass, Swallow, DeleteObject, ParagraphAfter, Help, Sign, Copy, Find, Open, Save, Paste, Cut,
+                       Redo, Undo };
 struct KeyDecision {
     KeyAction action = KeyAction::Pass;
-    int ref = -1; // DeleteObject: the wrapper to remove
+    int ref = -1;         // DeleteObject: the wrapper to remove; ParagraphAfter: the wrapper to follow
+    bool passKey = false; // ParagraphAfter: the key goes on into the new paragraph
 };
 // The keyboard filter on the surface: a Qt key code and whether Ctrl is held.
 KeyDecision keyFilter(int qtKey, bool ctrl, const Facts& f);

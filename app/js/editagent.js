@@ -239,6 +239,73 @@
     requestPaste();
   }, true);
 
+  // --- keys the page answers itself ----------------------------------------------
+  function up(n, t) {
+    var b = body();
+    for (; n && n !== b; n = n.parentNode) if (tag(n) === t) return n;
+    return null;
+  }
+  // Nothing but empty text between the caret and the end of el.
+  function atEnd(el, r) {
+    var rest = document.createRange();
+    rest.selectNodeContents(el);
+    rest.setStart(r.endContainer, r.endOffset);
+    return rest.toString() === '' && !rest.cloneContents().querySelector('img,table');
+  }
+  function paragraphAfter(block) {
+    var p = document.createElement('p');
+    block.parentNode.insertBefore(p, block.nextSibling);
+    caretAt(p, 0);
+  }
+  function changed() {
+    E.last = null;
+    if (window.__q && window.__q.flush) window.__q.flush();
+  }
+  document.addEventListener('keydown', function (e) {
+    var b = body();
+    if (!b || !b.isContentEditable || e.ctrlKey || e.altKey || e.metaKey) return;
+    var r = range();
+    if (e.key === 'Tab') {
+      // Tab never leaves the surface; in a table it goes from cell to cell.
+      e.preventDefault();
+      var cell = r && (up(r.startContainer, 'TD') || up(r.startContainer, 'TH'));
+      var table = cell && up(cell, 'TABLE');
+      if (!table) return;
+      var cells = Array.prototype.slice.call(table.querySelectorAll('td,th'));
+      var to = cells[cells.indexOf(cell) + (e.shiftKey ? -1 : 1)];
+      if (to) caretInto(to, true);
+      return;
+    }
+    if (e.key !== 'Enter' || e.shiftKey || !r || !r.collapsed) return;
+    // Enter at the end of a paragraph header: on into the paragraph's text,
+    // or a plain paragraph after it when it has none.
+    var u = up(r.startContainer, 'U');
+    if (u && tag(u.parentNode) === 'P' && atEnd(u, r)) {
+      e.preventDefault();
+      var para = u.parentNode, after = document.createRange();
+      after.setStartAfter(u);
+      after.collapse(true);
+      if (!atEnd(para, after)) {
+        caretAt(para, indexOf(u) + 1);
+        return;
+      }
+      E.record(null);
+      paragraphAfter(para);
+      changed();
+      return;
+    }
+    // Enter on an empty last line of a note ends the note.
+    var dd = up(r.startContainer, 'DD');
+    var dl = dd && dd.parentNode;
+    if (dd && tag(dl) === 'DL' && blank(dd) && !sibling(dd, true) && sibling(dd, false)) {
+      e.preventDefault();
+      E.record(null);
+      dl.removeChild(dd);
+      paragraphAfter(dl);
+      changed();
+    }
+  }, true);
+
   // The surface's bold is STRONG; styled SPANs of joined blocks dissolve.
   function normalize() {
     var b = body();
@@ -708,6 +775,12 @@
       return true;
     },
     removeObject: function (o, el) { return live(el) && removeObject(el); },
+    paragraphAfter: function (o, el) {
+      if (!live(el)) return false;
+      var p = document.createElement('p');
+      el.parentNode.insertBefore(p, el.nextSibling);
+      return caretAt(p, 0);
+    },
     paste: function (o) { return pasteHTML(o[A.html] || '', !!o[A.merge]); },
     block: function (o) { return setBlock(o[A.format]); },
     list: function (o) { return setList(o[A.type]); },

@@ -15,7 +15,6 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QDir>
-#include <QElapsedTimer>
 #include <QImage>
 #include <QLabel>
 #include <QMenu>
@@ -41,14 +40,7 @@ const QString kTable = QStringLiteral(
 
 bool waitFor(const std::function<bool()>& done, int ms = 4000)
 {
-    QElapsedTimer t;
-    t.start();
-    while (!done()) {
-        if (t.elapsed() > ms)
-            return false;
-        QTest::qWait(15);
-    }
-    return true;
+    return QTest::qWaitFor(done, ms);
 }
 
 // One page, one session and one project for all tests of the suite.
@@ -270,7 +262,7 @@ TEST_F(Editing, TextBehindACaptionIsTakenBack)
 
 TEST_F(Editing, KeysBesideAWrappedObjectAreSwallowed)
 {
-    const QString original = QStringLiteral("<h1>Title</h1>") + kImage;
+    const QString original = QStringLiteral("<h1>Title</h1>") + kImage + QStringLiteral("<p>after</p>");
     start(original);
     surface->runScript(QStringLiteral("(function(){var r=document.createRange();"
                                       "r.setStart(document.querySelectorAll('p')[0],1);r.collapse(true);"
@@ -280,8 +272,75 @@ TEST_F(Editing, KeysBesideAWrappedObjectAreSwallowed)
     EXPECT_EQ(body(), original);
     // Delete beside the image removes it with its wrapper.
     press(Qt::Key_Delete);
-    EXPECT_EQ(body(), QStringLiteral("<h1>Title</h1>"));
-    EXPECT_EQ(onelang(), QString());
+    EXPECT_EQ(body(), QStringLiteral("<h1>Title</h1><p>after</p>"));
+    EXPECT_EQ(onelang(), QStringLiteral("<p>after</p>"));
+}
+
+// Beside an image that ends the body, typing opens a paragraph after it.
+TEST_F(Editing, TypingAfterAnImageAtTheEndGoesIntoANewParagraph)
+{
+    start(QStringLiteral("<h1>Title</h1>") + kImage);
+    surface->runScript(QStringLiteral("(function(){var r=document.createRange();"
+                                      "r.setStart(document.querySelectorAll('p')[0],1);r.collapse(true);"
+                                      "getSelection().removeAllRanges();getSelection().addRange(r);})()"));
+    type(QStringLiteral("More"));
+    EXPECT_EQ(body(), QStringLiteral("<h1>Title</h1>") + kImage + QStringLiteral("<p>More</p>"));
+    EXPECT_EQ(onelang(), QStringLiteral("<image file=\"img\\en\\pic.png\" format=\"PNG\" scale=\"100\">Caption"
+                                        "</image><p>More</p>"));
+    // One undo takes the paragraph back with its text.
+    ctl->undo();
+    ctl->undo();
+    EXPECT_EQ(body(), QStringLiteral("<h1>Title</h1>") + kImage);
+}
+
+// Tab and Shift+Tab go from cell to cell and never leave the page.
+TEST_F(Editing, TabMovesBetweenTheCellsOfATable)
+{
+    start(QStringLiteral("<h1>Title</h1>") + kTable);
+    caretIn(QStringLiteral("H1"), 2);
+    press(Qt::Key_Tab);
+    type(QStringLiteral("x"));
+    EXPECT_TRUE(body().contains(QStringLiteral("<td>H2x</td>"))) << body().toStdString();
+    QTest::keyClick(input(), Qt::Key_Tab);
+    QTest::keyClick(input(), Qt::Key_Tab);
+    type(QStringLiteral("y"));
+    EXPECT_TRUE(body().contains(QStringLiteral("<td>by</td>"))) << body().toStdString();
+    QTest::keyClick(input(), Qt::Key_Backtab, Qt::ShiftModifier);
+    type(QStringLiteral("z"));
+    EXPECT_TRUE(body().contains(QStringLiteral("<td>az</td>"))) << body().toStdString();
+    // In the last cell Tab stays; outside a table it does nothing.
+    caretIn(QStringLiteral("by"), 2);
+    QTest::keyClick(input(), Qt::Key_Tab);
+    caretIn(QStringLiteral("Title"), 5);
+    QTest::keyClick(input(), Qt::Key_Tab);
+    QTest::qWait(100);
+    EXPECT_EQ(QApplication::focusWidget(), input());
+    EXPECT_FALSE(body().contains(QLatin1Char('\t')));
+}
+
+// Enter at the end of a paragraph header goes on into its text, or opens a
+// plain paragraph when there is none; on an empty last line of a note it
+// ends the note.
+TEST_F(Editing, EnterLeavesAParagraphHeaderAndTheEndOfANote)
+{
+    start(QStringLiteral("<h1>Title</h1><p><u>Head</u></p>"));
+    caretIn(QStringLiteral("Head"), 4);
+    press(Qt::Key_Return);
+    type(QStringLiteral("Body"));
+    EXPECT_EQ(body(), QStringLiteral("<h1>Title</h1><p><u>Head</u></p><p>Body</p>"));
+
+    start(QStringLiteral("<h1>Title</h1><p><u>Head</u>Text</p>"));
+    caretIn(QStringLiteral("Head"), 4);
+    QTest::keyClick(input(), Qt::Key_Return);
+    type(QStringLiteral("X"));
+    EXPECT_EQ(body(), QStringLiteral("<h1>Title</h1><p><u>Head</u>XText</p>"));
+
+    start(QStringLiteral("<h1>Title</h1><dl><dd>Note text</dd><dd></dd></dl>"));
+    caret(QStringLiteral("dd"), 0, 1);
+    press(Qt::Key_Return);
+    type(QStringLiteral("After"));
+    EXPECT_EQ(body(), QStringLiteral("<h1>Title</h1><dl><dd>Note text</dd></dl><p>After</p>"));
+    EXPECT_EQ(onelang(), QStringLiteral("<notice><p>Note text</p></notice><p>After</p>"));
 }
 
 TEST_F(Editing, AParagraphPastedIntoAListItemLosesItsP)
