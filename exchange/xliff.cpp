@@ -16,6 +16,7 @@
 
 #include <QFileInfo>
 #include <QHash>
+#include <QRegularExpression>
 #include <QSet>
 
 #include <libxml/xmlwriter.h>
@@ -74,6 +75,17 @@ void setText(xmlNode* node, const QString& text)
 bool isPaired(xmlNode* e)
 {
     return named(e, "sign") || named(e, "title") || named(e, "p");
+}
+
+// The text a code carries inside the file: a tag with the element's name
+// and the code's number, so that it survives tools that turn codes into
+// plain text (PO) and comes back by name and number.
+QString codeText(xmlNode* e, int id, int kind) // kind: 0 opening, 1 closing, 2 standalone
+{
+    const QString name = xmlsafe::qs(e->name) + QLatin1Char('#') + QString::number(id);
+    return kind == 1 ? QStringLiteral("</") + name + QLatin1Char('>')
+         : kind == 2 ? QLatin1Char('<') + name + QStringLiteral("/>")
+                     : QLatin1Char('<') + name + QLatin1Char('>');
 }
 
 QByteArray ctypeOf(xmlNode* e)
@@ -370,13 +382,25 @@ public:
                 const std::string raw = reinterpret_cast<const char*>(c->content ? c->content : X(""));
                 inlineText(sax::qs(sax::trimText(raw)), ph);
             } else if (c->type == XML_ELEMENT_NODE) {
-                const bool paired = isPaired(c);
-                start(paired ? "g" : "x");
-                attr("id", QString::number(idOf(c)));
-                attr("ctype", QString::fromLatin1(ctypeOf(c)));
-                if (paired)
+                const int id = idOf(c);
+                if (isPaired(c)) {
+                    start("bpt");
+                    attr("id", QString::number(id));
+                    attr("ctype", QString::fromLatin1(ctypeOf(c)));
+                    text(codeText(c, id, 0));
+                    end();
                     content(c, idOf, ph);
-                end();
+                    start("ept");
+                    attr("id", QString::number(id));
+                    text(codeText(c, id, 1));
+                    end();
+                } else {
+                    start("ph");
+                    attr("id", QString::number(id));
+                    attr("ctype", QString::fromLatin1(ctypeOf(c)));
+                    text(codeText(c, id, 2));
+                    end();
+                }
             }
         }
     }
@@ -781,13 +805,10 @@ public:
     }
 
 private:
-    xmlNode* code(xmlNode* c, bool paired, QString& why)
+    xmlNode* code(int id, bool paired, QString& why)
     {
-        bool ok = false;
-        const int id = xmlsafe::attr(c, "id").toInt(&ok);
-        if (!ok || id < 1 || id > int(m_codes.size()) || isPaired(m_codes[size_t(id - 1)]) != paired) {
-            why = QStringLiteral("its target holds the code <%1 id=\"%2\">, which the source does not have.")
-                      .arg(xmlsafe::qs(c->name), xmlsafe::attr(c, "id"));
+        if (id < 1 || id > int(m_codes.size()) || isPaired(m_codes[size_t(id - 1)]) != paired) {
+            why = QStringLiteral("its target holds the code %1, which the source does not have.").arg(id);
             return nullptr;
         }
         if (m_used[size_t(id - 1)]) {
@@ -798,38 +819,118 @@ private:
         return m_codes[size_t(id - 1)];
     }
 
-    bool fill(xmlNode* into, xmlNode* from, QString& why)
+    // A target as a flat run of text and codes, whatever form its codes
+    // take: g and x, bpt/ept and ph, or their texts in plain text.
+    struct Token {
+        enum Kind { Text, Open, Close, Empty, Nbsp } kind;
+        QString text;
+        int id = 0;
+    };
+
+    // The code texts of this unit's source, for targets that carry them as text.
+    void textCodes(const QString& s, std::vector<Token>& out) const
     {
+        static const QRegularExpression tag(QStringLiteral("<(/?)([a-z]+)#(\\d+)(/?)>"));
+        int from = 0;
+        QRegularExpressionMatchIterator it = tag.globalMatch(s);
+        while (it.hasNext()) {
+            const QRegularExpressionMatch m = it.next();
+            const int id = m.captured(3).toInt();
+            // Only a code the source has counts; any other text stays text.
+            if (id < 1 || id > int(m_codes.size()) || xmlsafe::qs(m_codes[size_t(id - 1)]->name) != m.captured(2))
+                continue;
+            const bool paired = isPaired(m_codes[size_t(id - 1)]);
+            const bool closing = !m.captured(1).isEmpty(), empty = !m.captured(4).isEmpty();
+            if (paired ? empty : (closing || !empty))
+                continue;
+            if (m.capturedStart() > from)
+                out.push_back({Token::Text, s.mid(from, m.capturedStart() - from)});
+            out.push_back({empty ? Token::Empty : closing ? Token::Close : Token::Open, QString(), id});
+            from = m.capturedEnd();
+        }
+        if (from < s.size())
+            out.push_back({Token::Text, s.mid(from)});
+    }
+
+    bool tokens(xmlNode* from, std::vector<Token>& out, QString& why) const
+    {
+        auto idOf = [](xmlNode* c) { return xmlsafe::attr(c, "id").toInt(); };
         for (xmlNode* c = from->children; c; c = c->next) {
             if (c->type == XML_TEXT_NODE || c->type == XML_CDATA_SECTION_NODE) {
                 if (c->content && *c->content)
-                    xmlAddChild(into, xmlNewDocText(into->doc, c->content));
+                    textCodes(xmlsafe::qs(c->content), out);
             } else if (c->type != XML_ELEMENT_NODE) {
                 continue;
             } else if (isXliff(c, "g")) {
-                xmlNode* original = code(c, true, why);
-                if (!original)
+                out.push_back({Token::Open, QString(), idOf(c)});
+                if (!tokens(c, out, why))
                     return false;
-                xmlNode* copy = xmlDocCopyNode(original, into->doc, 2);
-                xmlAddChild(into, copy);
-                if (!fill(copy, c, why))
-                    return false;
-            } else if (isXliff(c, "x")) {
-                xmlNode* original = code(c, false, why);
-                if (!original)
-                    return false;
-                xmlUnlinkNode(original);
-                xmlAddChild(into, original);
+                out.push_back({Token::Close, QString(), idOf(c)});
+            } else if (isXliff(c, "bpt")) {
+                out.push_back({Token::Open, QString(), idOf(c)});
+            } else if (isXliff(c, "ept")) {
+                out.push_back({Token::Close, QString(), idOf(c)});
             } else if (isXliff(c, "ph") && xmlsafe::attr(c, "ctype") == QLatin1String("x-nbsp")) {
-                xmlAddChild(into, xmlNewDocText(into->doc, X("\xC2\xA0")));
+                out.push_back({Token::Nbsp, QString(), 0});
+            } else if (isXliff(c, "x") || isXliff(c, "ph")) {
+                out.push_back({Token::Empty, QString(), idOf(c)});
             } else if (isXliff(c, "mrk")) {
-                if (!fill(into, c, why))
+                if (!tokens(c, out, why))
                     return false;
             } else {
                 why = QStringLiteral("its target holds <%1>, which is not a code of this file.")
                           .arg(xmlsafe::qs(c->name));
                 return false;
             }
+        }
+        return true;
+    }
+
+    bool fill(xmlNode* into, xmlNode* from, QString& why)
+    {
+        std::vector<Token> run;
+        if (!tokens(from, run, why))
+            return false;
+        // The open paired codes, innermost last, with their ids.
+        std::vector<std::pair<xmlNode*, int>> open{{into, 0}};
+        for (const Token& t : run) {
+            xmlNode* at = open.back().first;
+            switch (t.kind) {
+            case Token::Text:
+                xmlAddChild(at, xmlNewDocText(at->doc, X(t.text.toUtf8().constData())));
+                break;
+            case Token::Nbsp:
+                xmlAddChild(at, xmlNewDocText(at->doc, X("\xC2\xA0")));
+                break;
+            case Token::Open: {
+                xmlNode* original = code(t.id, true, why);
+                if (!original)
+                    return false;
+                xmlNode* copy = xmlDocCopyNode(original, at->doc, 2);
+                xmlAddChild(at, copy);
+                open.push_back({copy, t.id});
+                break;
+            }
+            case Token::Close:
+                if (open.size() < 2 || open.back().second != t.id) {
+                    why = QStringLiteral("its target closes the code %1 where it is not open.").arg(t.id);
+                    return false;
+                }
+                open.pop_back();
+                break;
+            case Token::Empty: {
+                xmlNode* original = code(t.id, false, why);
+                if (!original)
+                    return false;
+                xmlUnlinkNode(original);
+                xmlAddChild(at, original);
+                break;
+            }
+            }
+        }
+        if (open.size() > 1) {
+            why = QStringLiteral("its target leaves the code %1 open.").arg(open.back().second);
+            return false;
         }
         return true;
     }

@@ -9,9 +9,12 @@
 // ".p<n>" paragraph of a notice, ".primary"/".secondary" keyword, and
 // ".link<code>" for the label of a web link. Inline elements become codes
 // numbered in document order inside the unit: sign, a paragraph's title and
-// a paragraph in a cell as <g>, link, anchor and a cell's image as <x>, a
-// non-breaking space as <ph>. The importer rebuilds the elements from the
-// master by those numbers, so a code never carries markup back in.
+// a paragraph in a cell as <bpt>/<ept>, link, anchor and a cell's image as
+// <ph>, each holding a tag of its own ("<sign#2>", "</sign#2>", "<link#1/>")
+// so that tools which flatten codes to text (PO) keep them; a non-breaking
+// space is a <ph> of its own. The importer takes g/x and bpt/ept/ph, and in
+// plain text exactly the tags of the unit's source; it rebuilds the elements
+// from the master by their numbers, so a code never carries markup back in.
 #include <QString>
 #include <QStringList>
 
