@@ -455,7 +455,8 @@ TEST(KeyFilter, CtrlLetters)
 
 TEST(KeyFilter, BesideAWrappedObjectOnlyArrowsMove)
 {
-    const Node wrap = el("P", QStringLiteral("image"));
+    Node wrap = el("P", QStringLiteral("image"));
+    wrap.nextTag = QStringLiteral("P"); // not the last block
     const Facts f = at({wrap});
     EXPECT_EQ(keyFilter('X', false, f).action, KeyAction::Swallow);
     EXPECT_EQ(keyFilter(Qt::Key_Return, false, f).action, KeyAction::Swallow);
@@ -464,6 +465,22 @@ TEST(KeyFilter, BesideAWrappedObjectOnlyArrowsMove)
     const KeyDecision d = keyFilter(Qt::Key_Delete, false, f);
     EXPECT_EQ(d.action, KeyAction::DeleteObject);
     EXPECT_EQ(d.ref, wrap.ref);
+}
+
+// Beside the last block of the body, typing and Enter open a paragraph after it.
+TEST(KeyFilter, BesideAnObjectThatEndsTheBodyTypingOpensAParagraph)
+{
+    const Node wrap = el("P", QStringLiteral("table"));
+    const Facts f = at({wrap});
+    KeyDecision d = keyFilter('X', false, f);
+    EXPECT_EQ(d.action, KeyAction::ParagraphAfter);
+    EXPECT_EQ(d.ref, wrap.ref);
+    EXPECT_TRUE(d.passKey);
+    d = keyFilter(Qt::Key_Return, false, f);
+    EXPECT_EQ(d.action, KeyAction::ParagraphAfter);
+    EXPECT_FALSE(d.passKey);
+    EXPECT_EQ(keyFilter(Qt::Key_Backspace, false, f).action, KeyAction::Swallow);
+    EXPECT_EQ(keyFilter(Qt::Key_Left, false, f).action, KeyAction::Pass);
 }
 
 TEST(KeyFilter, DeleteOnAnObjectRemovesItsWrapper)

@@ -42,7 +42,7 @@ const Edit kEdits[] = {
     {"topic3", ">Tabellen</title>", ">Tabellen &amp; mehr</title>"},
     {"topic3", "<p>Die Tasten des Programms.", "<p>Alle Tasten des Programms."},
     {"sub1", "<title lang=\"de\">Details</title>", "<title lang=\"de\">Einzelheiten</title>"},
-    {"topic4", ">Verweise &amp; Anker</title>", ">Sprungmarken</title>"},
+    {"topic4", ">Verweise und Anker</title>", ">Sprungmarken</title>"},
     {"topic5", "<p>Dieses Thema ist fertig.</p>", "<p>Fertig &lt;3</p>"},
 };
 
