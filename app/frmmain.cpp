@@ -16,6 +16,7 @@
 #include "frmoptions.h"
 #include "frmoutput.h"
 #include "frmverify.h"
+#include "frmxliff.h"
 #include "frmtopictitle.h"
 #include "holders.h"
 #include "icons.h"
@@ -213,6 +214,8 @@ void frmMain::run(CommandId id)
     case CommandId::Backup: mnuBackup_Click(); break;
     case CommandId::Export: mnuExport_Click(); break;
     case CommandId::Import: mnuImport_Click(); break;
+    case CommandId::XliffExport: xliff(frmXliff::Mode::Export); break;
+    case CommandId::XliffImport: xliff(frmXliff::Mode::Import); break;
     case CommandId::NewLanguage: mnuNewLanguage_Click(); break;
     case CommandId::Settings: reloadSettings(); break;
     case CommandId::About: mnuAbout_Click(); break;
@@ -276,7 +279,7 @@ void frmMain::buildMenus()
     QMenu* exchange = addMenu(project, "mnuExportImport", QStringLiteral("E&xport/Import"));
     m_actions.insert(QStringLiteral("mnuExportImport"), exchange->menuAction());
     m_commands[CommandId::ExportImport] = exchange->menuAction();
-    add(exchange, {"mnuExport", "mnuImport", nullptr, "mnuUnlock"});
+    add(exchange, {"mnuExport", "mnuImport", nullptr, "mnuXliffExport", "mnuXliffImport", nullptr, "mnuUnlock"});
     add(project, {nullptr, "mnuNewLanguage", "mnuContextHelp"});
     QMenu* tools = addMenu(nullptr, "mnuTools", QStringLiteral("&Tools"));
     add(tools, {"mnuSettings"});
@@ -821,6 +824,33 @@ void frmMain::mnuImport_Click()
             m_prepareForm(&dlg);
         dlg.exec();
     }
+    showAfterImport(key);
+}
+
+void frmMain::xliff(frmXliff::Mode mode)
+{
+    Session& s = *m_session;
+    const CommandId id = mode == frmXliff::Mode::Export ? CommandId::XliffExport : CommandId::XliffImport;
+    if (!isOn(id) || !s.isOpen() || s.askSaveTopic())
+        return;
+    const NodePtr shown = s.shownTopic();
+    const QString key = shown ? shown->Key : QString();
+    bool imported = false;
+    {
+        frmXliff dlg(mode, &m_box, this);
+        dlg.SetProject(&s.project());
+        if (m_prepareForm)
+            m_prepareForm(&dlg);
+        dlg.exec();
+        imported = mode == frmXliff::Mode::Import && dlg.succeeded();
+    }
+    if (imported)
+        showAfterImport(key);
+}
+
+void frmMain::showAfterImport(const QString& key)
+{
+    Session& s = *m_session;
     if (!s.isOpen())
         return;
     // The tree shows the imported titles; the open topic its new text.

@@ -5,6 +5,7 @@
 // the logic. Boxes go through the MsgBox given, so tests can script them.
 #include "commands.h"
 #include "frmbook.h"
+#include "frmxliff.h"
 #include "session.h"
 
 #include <QHash>
@@ -136,6 +137,9 @@ private:
     QAction* makeAction(const QString& name, const QString& text, QObject* parent = nullptr);
     void buildActions();
     void run(CommandId id);
+    void xliff(frmXliff::Mode mode);
+    // After an import: the tree again, and the topic that was open.
+    void showAfterImport(const QString& key);
     // The action whose shortcut is the key pressed.
     QAction* actionForKey(const QKeyEvent* event) const;
     void buildMenus();

@@ -33,18 +33,8 @@ int cmdXliffExport(CliContext& c)
     exchange::XliffExportSummary s;
     if (!exchange::exportXliff(project, lang, QFileInfo(file).absoluteFilePath(), c.box, progress, &s))
         return 1;
-    out(QStringLiteral("Wrote %1: %2 units (%3 with a translation) in %4 topics.")
-            .arg(file)
-            .arg(s.units)
-            .arg(s.targets)
-            .arg(s.topics));
-    if (s.withoutTransId > 0)
-        out(QStringLiteral("%1 blocks of the main language have no transid and are not in the file; export the "
-                           "project for translation to number them.")
-                .arg(s.withoutTransId));
-    if (project.GetLockID().isEmpty())
-        out(QStringLiteral("The project is not locked: this file cannot be imported into it. Export the project "
-                           "for translation first."));
+    for (const QString& line : exchange::exportReport(file, s, !project.GetLockID().isEmpty()))
+        out(line);
     return 0;
 }
 
@@ -67,12 +57,8 @@ int cmdXliffImport(CliContext& c)
     session.closeProject();
     if (!ok)
         return 1;
-    out(QStringLiteral("Imported %1: %2 topics, %3 titles.").arg(s.language).arg(s.topics).arg(s.titles));
-    if (!s.incomplete.isEmpty()) {
-        out(QStringLiteral("%1 topics with untranslated units were left as they were:").arg(s.incomplete.size()));
-        for (const QString& t : s.incomplete)
-            out(QStringLiteral("  ") + t);
-    }
+    for (const QString& line : exchange::importReport(s))
+        out(line);
     return 0;
 }
 

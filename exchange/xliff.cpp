@@ -1340,4 +1340,32 @@ bool importXliff(cProject& project, const QString& xliffFile, bool complete, Msg
     return true;
 }
 
+QStringList exportReport(const QString& file, const XliffExportSummary& s, bool locked)
+{
+    QStringList out{QStringLiteral("Wrote %1: %2 units (%3 with a translation) in %4 topics.")
+                        .arg(file)
+                        .arg(s.units)
+                        .arg(s.targets)
+                        .arg(s.topics)};
+    if (s.withoutTransId > 0)
+        out << QStringLiteral("%1 blocks of the main language have no transid and are not in the file; export the "
+                              "project for translation to number them.")
+                   .arg(s.withoutTransId);
+    if (!locked)
+        out << QStringLiteral("The project is not locked: this file cannot be imported into it. Export the project "
+                              "for translation first.");
+    return out;
+}
+
+QStringList importReport(const XliffImportSummary& s)
+{
+    QStringList out{QStringLiteral("Imported %1: %2 topics, %3 titles.").arg(s.language).arg(s.topics).arg(s.titles)};
+    if (!s.incomplete.isEmpty()) {
+        out << QStringLiteral("%1 topics with untranslated units were left as they were:").arg(s.incomplete.size());
+        for (const QString& t : s.incomplete)
+            out << QStringLiteral("  ") + t;
+    }
+    return out;
+}
+
 } // namespace exchange

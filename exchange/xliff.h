@@ -36,6 +36,8 @@ struct XliffExportSummary {
 // Writes the language's XLIFF file (atomically). False after a message.
 bool exportXliff(const cProject& project, const QString& language, const QString& outFile, MsgBox& box,
                  Progress& progress, XliffExportSummary* summary = nullptr);
+// What an export did, in lines for the author; locked: the project's state.
+QStringList exportReport(const QString& file, const XliffExportSummary& s, bool locked);
 
 struct XliffImportSummary {
     QString language;
@@ -50,5 +52,6 @@ struct XliffImportSummary {
 // every rebuilt topic complete with a new stamp. False after a message.
 bool importXliff(cProject& project, const QString& xliffFile, bool complete, MsgBox& box, Progress& progress,
                  XliffImportSummary* summary = nullptr);
+QStringList importReport(const XliffImportSummary& s);
 
 } // namespace exchange

@@ -29,6 +29,8 @@ const Command kCommands[] = {
     {C::Export, "mnuExport", "&Export Project", nullptr, nullptr, E::Unlocked, true},
     {C::Import, "mnuImport", "&Import Language", nullptr, nullptr, E::Locked, true},
     {C::Unlock, "mnuUnlock", "&Unlock Project", nullptr, nullptr, E::Locked, true},
+    {C::XliffExport, "mnuXliffExport", "Export X&LIFF...", nullptr, nullptr, E::Locked, true},
+    {C::XliffImport, "mnuXliffImport", "Import XLI&FF...", nullptr, nullptr, E::Locked, true},
     {C::NewLanguage, "mnuNewLanguage", "&Add New Language", nullptr, nullptr, E::Unlocked, true},
     {C::ContextHelp, "mnuContextHelp", "&Context Help ID", nullptr, nullptr, E::Unlocked, false},
     {C::Settings, "mnuSettings", "&Settings...", nullptr, nullptr, E::Always, true},

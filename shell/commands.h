@@ -12,7 +12,7 @@
 enum class CommandId {
     New, Open, Save, Exit,
     Undo, Redo, Cut, Copy, Paste, Find, Spelling, Synonyms, Antonyms,
-    Output, Verify, Backup, ExportImport, Export, Import, Unlock, NewLanguage, ContextHelp,
+    Output, Verify, Backup, ExportImport, Export, Import, Unlock, XliffExport, XliffImport, NewLanguage, ContextHelp,
     Settings, About, Debug,
     InsertBook, InsertChapterToBook, DeleteBook, BookProperties,
     InsertTopic, InsertChapterBefore, InsertChapterAfter, InsertChapter, DeleteChapter, ChapterProperties,

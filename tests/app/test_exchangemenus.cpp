@@ -8,6 +8,7 @@
 #include "frmimport.h"
 #include "frmmain.h"
 #include "frmnewlanguage.h"
+#include "frmxliff.h"
 #include "websurface.h"
 
 #include "cproject.h"
@@ -18,6 +19,7 @@
 #include <QAction>
 #include <QComboBox>
 #include <QFileInfo>
+#include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
 #include <QTest>
@@ -168,4 +170,39 @@ TEST(ExchangeMenus, AddExportBackupAndImportThroughTheWindow)
     EXPECT_EQ(shown->Key, QStringLiteral("topic1"));
     EXPECT_EQ(shown->Text, QStringLiteral("Welcome Back"));
     EXPECT_TRUE(window.session().isLocked());
+    box.clear();
+
+    // XLIFF for a CAT tool: German out, a changed title back in.
+    EXPECT_TRUE(on("mnuXliffExport"));
+    EXPECT_TRUE(on("mnuXliffImport"));
+    const QString xlf = dir.file(QStringLiteral("work/sample_de.xlf"));
+    QString offered;
+    onNextModal<frmXliff>([&](frmXliff* f) {
+        offered = f->txtFile->text();
+        QTest::mouseClick(f->cmdInsert, Qt::LeftButton);
+    });
+    window.action(QStringLiteral("mnuXliffExport"))->trigger();
+    EXPECT_EQ(offered, xlf);
+    ASSERT_TRUE(QFileInfo::exists(xlf)) << box.texts().join(QLatin1Char('|')).toStdString();
+    ASSERT_FALSE(box.empty());
+    EXPECT_TRUE(box.last().startsWith(QStringLiteral("Wrote ") + xlf + QStringLiteral(": "))) << box.last().toStdString();
+    QByteArray bytes = testing_support::readBytes(xlf);
+    ASSERT_TRUE(bytes.contains(">Programmstart</target>")) << bytes.left(600).constData();
+    bytes.replace(">Programmstart</target>", ">Start des Programms</target>");
+    testing_support::writeBytes(xlf, bytes);
+
+    box.clear();
+    ASSERT_TRUE(window.openTopic(QStringLiteral("topic1")));
+    onNextModal<frmXliff>([&](frmXliff* f) {
+        f->txtFile->setText(xlf);
+        QTest::mouseClick(f->cmdInsert, Qt::LeftButton);
+    });
+    window.action(QStringLiteral("mnuXliffImport"))->trigger();
+    // The English title changed above, so its German topic waits for review.
+    ASSERT_EQ(box.texts().size(), 1);
+    EXPECT_TRUE(box.last().startsWith(QStringLiteral("Imported de: 5 topics, 6 titles.\r\n"))) << box.last().toStdString();
+    EXPECT_TRUE(readText(dir.file(QStringLiteral("work/sample/chapter1.xml")))
+                    .contains(QStringLiteral("\">Start des Programms</title>")));
+    ASSERT_TRUE(window.session().shownTopic());
+    EXPECT_EQ(window.session().shownTopic()->Key, QStringLiteral("topic1"));
 }
