@@ -8,6 +8,9 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QRegularExpression>
+
+#include <algorithm>
 
 #include <gtest/gtest.h>
 
@@ -140,4 +143,86 @@ TEST(CliExchange, Backup)
     r = quillary({"backup", qly, "--out", dir.file(QStringLiteral("no/such/folder/b.zip"))});
     EXPECT_EQ(r.code, 1);
     EXPECT_TRUE(r.err.contains(QStringLiteral("Error! Backup was not created!")));
+}
+
+namespace {
+
+// Every word reversed outside tags and entity references.
+QString reverseOutsideMarkup(const QString& xml)
+{
+    static const QRegularExpression markup(QStringLiteral("(<[^>]*>|&[#\\w]+;)"));
+    static const QRegularExpression word(QStringLiteral("[^\\W_]+"));
+    QString out;
+    int from = 0;
+    auto plain = [&](const QString& s) {
+        QString t = s;
+        QRegularExpressionMatchIterator it = word.globalMatch(s);
+        while (it.hasNext()) {
+            const QRegularExpressionMatch m = it.next();
+            QString w = m.captured(0);
+            std::reverse(w.begin(), w.end());
+            t.replace(m.capturedStart(), m.capturedLength(), w);
+        }
+        out += t;
+    };
+    QRegularExpressionMatchIterator it = markup.globalMatch(xml);
+    while (it.hasNext()) {
+        const QRegularExpressionMatch m = it.next();
+        plain(xml.mid(from, m.capturedStart() - from));
+        out += m.captured(0);
+        from = m.capturedEnd();
+    }
+    plain(xml.mid(from));
+    return out;
+}
+
+} // namespace
+
+// A new user's way: lock for translation, write the German XLIFF, translate
+// it (here: every word reversed, codes kept), bring it in, publish German.
+TEST(CliExchange, XliffToPublishedGermanHTML)
+{
+    TempDir dir;
+    const QString qly = copySample(dir.path(), QStringLiteral("master"));
+    CliRun r = quillary({"--yes", "export", qly, "--out", dir.file(QStringLiteral("package.zip"))});
+    ASSERT_EQ(r.code, 0) << r.err.toStdString();
+    const QString xlf = dir.file(QStringLiteral("sample_de.xlf"));
+    r = quillary({"xliff", "export", qly, "--lang", "de", "--out", xlf});
+    ASSERT_EQ(r.code, 0) << r.err.toStdString();
+    EXPECT_TRUE(r.out.startsWith(QStringLiteral("Wrote ") + xlf + QStringLiteral(": "))) << r.out.toStdString();
+    const QString second = dir.file(QStringLiteral("again.xlf"));
+    ASSERT_EQ(quillary({"xliff", "export", qly, "--lang", "de", "--out", second}).code, 0);
+    EXPECT_EQ(readBytes(second), readBytes(xlf));
+
+    QString text = QString::fromUtf8(readBytes(xlf));
+    text.remove(QRegularExpression(QStringLiteral("<target[^>]*>.*?</target>"),
+                                   QRegularExpression::DotMatchesEverythingOption));
+    static const QRegularExpression source(QStringLiteral("<source>(.*?)</source>"),
+                                           QRegularExpression::DotMatchesEverythingOption);
+    QString filled;
+    int from = 0;
+    QRegularExpressionMatchIterator it = source.globalMatch(text);
+    while (it.hasNext()) {
+        const QRegularExpressionMatch m = it.next();
+        filled += text.mid(from, m.capturedEnd() - from) + QStringLiteral("<target>") +
+                  reverseOutsideMarkup(m.captured(1)) + QStringLiteral("</target>");
+        from = m.capturedEnd();
+    }
+    filled += text.mid(from);
+    writeBytes(xlf, filled.toUtf8());
+
+    r = quillary({"xliff", "import", qly, xlf, "--complete"});
+    ASSERT_EQ(r.code, 0) << r.err.toStdString() << r.out.toStdString();
+    EXPECT_EQ(r.out, QStringLiteral("Imported de: 6 topics, 6 titles.\n"));
+    r = quillary({"--yes", "publish", qly, "--format", "html", "--lang", "de"});
+    ASSERT_EQ(r.code, 0) << r.err.toStdString();
+    const QString html = QString::fromLatin1(readBytes(dir.file(QStringLiteral("master/sample/output/html/book_de.html"))));
+    ASSERT_FALSE(html.isEmpty());
+    EXPECT_TRUE(html.contains(QStringLiteral("<p>emocleW ot eht <span class=\"bold\"><strong>elpmaS launaM</strong></span>. "
+                                             "sihT cipot swohs woh a pleh txet si nettirw.</p>")))
+        << html.toStdString();
+    EXPECT_TRUE(html.contains(QStringLiteral("rof elpmaxe a <a class=\"link\" href=\"#topic3\"")));
+    EXPECT_TRUE(html.contains(QStringLiteral("<p>setoN era nwohs ni a xob.</p>")));
+    EXPECT_TRUE(html.contains(QStringLiteral("noitcudortni"))); // a keyword of the index
+    EXPECT_FALSE(html.contains(QStringLiteral("Welcome to the")));
 }

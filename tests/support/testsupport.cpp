@@ -175,6 +175,10 @@ bool giveUpRootForGood()
         return false;
     qputenv("HOME", base);
     qputenv("QUILLARY_TEST_SAMPLE", (home + QStringLiteral("/sample")).toLocal8Bit());
+    // The folder is this user's now; it goes when the program ends.
+    static QString folder;
+    folder = home;
+    std::atexit([] { QDir(folder).removeRecursively(); });
     return true;
 }
 
