@@ -180,6 +180,14 @@ protected:
 
     QWidget* input() { return surface->focusProxy() ? surface->focusProxy() : surface; }
 
+    // The caret beside the object of the first wrapper (after its image).
+    void caretBesideFirstWrapper()
+    {
+        surface->runScript(QStringLiteral("(function(){var r=document.createRange();"
+                                          "r.setStart(document.querySelectorAll('p')[0],1);r.collapse(true);"
+                                          "getSelection().removeAllRanges();getSelection().addRange(r);})()"));
+    }
+
     // Keys as the author presses them; waits until the page changed.
     void press(int key, Qt::KeyboardModifiers mods = Qt::NoModifier)
     {
@@ -264,9 +272,7 @@ TEST_F(Editing, KeysBesideAWrappedObjectAreSwallowed)
 {
     const QString original = QStringLiteral("<h1>Title</h1>") + kImage + QStringLiteral("<p>after</p>");
     start(original);
-    surface->runScript(QStringLiteral("(function(){var r=document.createRange();"
-                                      "r.setStart(document.querySelectorAll('p')[0],1);r.collapse(true);"
-                                      "getSelection().removeAllRanges();getSelection().addRange(r);})()"));
+    caretBesideFirstWrapper();
     QTest::keyClicks(input(), QStringLiteral("xy"));
     QTest::qWait(200);
     EXPECT_EQ(body(), original);
@@ -280,9 +286,7 @@ TEST_F(Editing, KeysBesideAWrappedObjectAreSwallowed)
 TEST_F(Editing, TypingAfterAnImageAtTheEndGoesIntoANewParagraph)
 {
     start(QStringLiteral("<h1>Title</h1>") + kImage);
-    surface->runScript(QStringLiteral("(function(){var r=document.createRange();"
-                                      "r.setStart(document.querySelectorAll('p')[0],1);r.collapse(true);"
-                                      "getSelection().removeAllRanges();getSelection().addRange(r);})()"));
+    caretBesideFirstWrapper();
     type(QStringLiteral("More"));
     EXPECT_EQ(body(), QStringLiteral("<h1>Title</h1>") + kImage + QStringLiteral("<p>More</p>"));
     EXPECT_EQ(onelang(), QStringLiteral("<image file=\"img\\en\\pic.png\" format=\"PNG\" scale=\"100\">Caption"
