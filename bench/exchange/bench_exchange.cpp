@@ -15,6 +15,7 @@
 #include "msgbox.h"
 #include "progress.h"
 #include "treeview.h"
+#include "xliff.h"
 #include "xmlsafety.h"
 
 #include <QCoreApplication>
@@ -239,6 +240,13 @@ int child(const QStringList& args)
     } else if (what == QLatin1String("import")) {
         ImportJob job(box, args.value(3), args.value(4));
         ok = job.run();
+    } else if (what == QLatin1String("xliff-export") || what == QLatin1String("xliff-import")) {
+        cProject p(box);
+        Progress progress;
+        ok = loadProject(p, args.value(3)) &&
+             (what == QLatin1String("xliff-export")
+                  ? exchange::exportXliff(p, QStringLiteral("de"), args.value(4), box, progress)
+                  : exchange::importXliff(p, args.value(4), false, box, progress));
     } else if (what == QLatin1String("baseline")) {
         cProject p(box);
         ok = loadProject(p, args.value(3));
@@ -267,9 +275,9 @@ long childPeakKb(const QStringList& args)
 struct Figures {
     int topics = 0;
     qint64 totalBytes = 0, largestBytes = 0;
-    Timed add, exp, imp;
+    Timed add, exp, imp, xexp, ximp;
     double expZip = 0, select = 0;
-    long memIdle = 0, memBase = 0, memAdd = 0, memExp = 0, memImp = 0;
+    long memIdle = 0, memBase = 0, memAdd = 0, memExp = 0, memImp = 0, memXexp = 0, memXimp = 0;
 };
 
 Figures measureSize(const QString& root, int chapters, int topicsPerChapter, int runs)
@@ -387,6 +395,32 @@ Figures measureSize(const QString& root, int chapters, int topicsPerChapter, int
     f.memAdd = childPeakKb({QStringLiteral("--child"), QStringLiteral("add"), restore(pristine, work)});
     f.memExp = childPeakKb({QStringLiteral("--child"), QStringLiteral("export"), restore(pristine, work)});
     f.memImp = childPeakKb({QStringLiteral("--child"), QStringLiteral("import"), masterQly, copyQly});
+
+    // (d) XLIFF of the second language on the locked master: the export,
+    // then the import of that file (every unit has its target).
+    const QString xlf = root + QStringLiteral("/book_de.xlf");
+    f.xexp = timeAgainst(runs, base, {}, [&] {
+        cProject p(box);
+        Progress progress;
+        if (!loadProject(p, masterQly) || !exchange::exportXliff(p, QStringLiteral("de"), xlf, box, progress))
+            std::printf("  XLIFF export failed\n");
+    });
+    reportBoxes("XLIFF export", box);
+    show("XLIFF export", f.xexp);
+    f.ximp = timeAgainst(runs, base, {}, [&] {
+        cProject p(box);
+        Progress progress;
+        exchange::XliffImportSummary s;
+        if (!loadProject(p, masterQly) || !exchange::importXliff(p, xlf, false, box, progress, &s))
+            std::printf("  XLIFF import failed\n");
+        else if (!s.incomplete.isEmpty())
+            std::printf("  XLIFF import left %lld topics\n", static_cast<long long>(s.incomplete.size()));
+    });
+    reportBoxes("XLIFF import", box);
+    show("XLIFF import", f.ximp);
+    f.memXexp = childPeakKb({QStringLiteral("--child"), QStringLiteral("xliff-export"), masterQly, xlf});
+    f.memXimp = childPeakKb({QStringLiteral("--child"), QStringLiteral("xliff-import"), masterQly, xlf});
+    QDir(into).removeRecursively();
     QDir(work).removeRecursively();
     QDir(masterDir).removeRecursively();
     QDir(copyDir).removeRecursively();
@@ -427,6 +461,8 @@ int main(int argc, char** argv)
     row("export (no zip)", q.exp.op, full.exp.op);
     row("import one language", q.imp.op, full.imp.op);
     row("(choosing the copy)", q.select, full.select);
+    row("XLIFF export", q.xexp.op, full.xexp.op);
+    row("XLIFF import", q.ximp.op, full.ximp.op);
     std::printf("(growth: full / quarter, linear = %.1f)\n\n", double(full.topics) / q.topics);
 
     std::printf("%-26s %12s %12s   (target <= 3)\n", "ratio to baseline", "quarter", "full");
@@ -437,6 +473,8 @@ int main(int argc, char** argv)
     ratio("add language", q.add, full.add);
     ratio("export (no zip)", q.exp, full.exp);
     ratio("import one language", q.imp, full.imp);
+    ratio("XLIFF export", q.xexp, full.xexp);
+    ratio("XLIFF import", q.ximp, full.ximp);
     std::printf("\nPeak memory (MB)          %12s %12s\n", "quarter", "full");
     auto mem = [](const char* what, long a, long b) {
         std::printf("%-26s %12.1f %12.1f\n", what, double(a) / 1024.0, double(b) / 1024.0);
@@ -446,6 +484,8 @@ int main(int argc, char** argv)
     mem("add language", q.memAdd, full.memAdd);
     mem("export (no zip)", q.memExp, full.memExp);
     mem("import one language", q.memImp, full.memImp);
+    mem("XLIFF export", q.memXexp, full.memXexp);
+    mem("XLIFF import", q.memXimp, full.memXimp);
     std::printf("largest chapter file      %12.1f %12.1f\n", double(q.largestBytes) / 1048576.0,
                 double(full.largestBytes) / 1048576.0);
     std::printf("all chapter files         %12.1f %12.1f\n", double(q.totalBytes) / 1048576.0,
