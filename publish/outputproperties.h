@@ -131,5 +131,8 @@ QString foFontFamily(const QString& comboText, bool configurationFound);
 // The import targets on this machine.
 QString docbookFolder();
 void setDocbookFolder(const QString& folder); // tests
+// Our faster DocBook templates (on unless a test compares against DocBook's own).
+bool docbookLayerEnabled();
+void setDocbookLayerEnabled(bool on);
 QString importHref(const QString& format);    // "HH", "PDF", "HTML", "HTMLFrames"
 } // namespace stylesheet

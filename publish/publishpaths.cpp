@@ -29,6 +29,11 @@ QString quillaryXsl()
     return paths::programFolder() + QStringLiteral("/quillary.xsl");
 }
 
+QString docbookLayerXsl()
+{
+    return paths::programFolder() + QStringLiteral("/docbook-layer.xsl");
+}
+
 QString webhelpXsl()
 {
     return paths::programFolder() + QStringLiteral("/webhelp.xsl");

@@ -13,6 +13,7 @@ void setFontConfigurationFile(const QString& path);
 // The installed stylesheets of the program folder.
 QString quillaryXsl();   // xsl/quillary.xsl in the program folder
 QString webhelpXsl();    // the frames stylesheet
+QString docbookLayerXsl(); // our faster templates over DocBook XSL's
 QString webhelpImage(const QString& name); // its navigation GIFs
 
 } // namespace publishpaths

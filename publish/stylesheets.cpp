@@ -4,6 +4,7 @@
 
 #include "publishpaths.h"
 
+#include <QFileInfo>
 #include <QUrl>
 
 #include <cmath>
@@ -114,6 +115,24 @@ void setDocbookFolder(const QString& folder)
     docbookOverride() = folder;
 }
 
+namespace {
+bool& layerSwitch()
+{
+    static bool on = true;
+    return on;
+}
+}
+
+bool docbookLayerEnabled()
+{
+    return layerSwitch();
+}
+
+void setDocbookLayerEnabled(bool on)
+{
+    layerSwitch() = on;
+}
+
 QString importHref(const QString& format)
 {
     QString path;
@@ -140,7 +159,13 @@ const QString kTail = QStringLiteral("</xsl:stylesheet>");
 
 QString importOf(const QString& format)
 {
-    return QStringLiteral("<xsl:import href=\"") + importHref(format) + QStringLiteral("\"/>");
+    QString s = QStringLiteral("<xsl:import href=\"") + importHref(format) + QStringLiteral("\"/>");
+    // Imported after DocBook's, so that its templates take precedence.
+    const QString layer = publishpaths::docbookLayerXsl();
+    if (docbookLayerEnabled() && QFileInfo::exists(layer))
+        s += QStringLiteral("<xsl:import href=\"") + QString::fromUtf8(QUrl::fromLocalFile(layer).toEncoded()) +
+             QStringLiteral("\"/>");
+    return s;
 }
 
 QString param(const QString& name, const QString& select)

@@ -11,11 +11,14 @@
 #include "testsupport.h"
 
 #include <QDir>
+#include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
 
 #include <gtest/gtest.h>
+
+#include <map>
 
 using namespace testing_support;
 
@@ -435,4 +438,35 @@ TEST_F(Pipelines, AProjectFolderThatCannotBeWritten)
     QProcess::execute("chmod", {"u+w", P});
     EXPECT_TRUE(ran);
     EXPECT_EQ(projectEntries(), kAuthorFiles);
+}
+
+// Our templates over DocBook XSL change the time, never the result: every
+// file of the single and the framed HTML is the same with them and without.
+TEST_F(Pipelines, TheFasterTemplatesGiveTheSameOutput)
+{
+    auto filesOf = [](const QString& folder) {
+        std::map<QString, QByteArray> out;
+        QDirIterator it(folder, QDir::Files, QDirIterator::Subdirectories);
+        while (it.hasNext()) {
+            const QString path = it.next();
+            out[QDir(folder).relativeFilePath(path)] = readBytes(path);
+        }
+        return out;
+    };
+    std::map<QString, QByteArray> with, without;
+    for (bool layer : {false, true}) {
+        stylesheet::setDocbookLayerEnabled(layer);
+        QDir(P + "output").removeRecursively();
+        Run html = run(cOutput::kHTML, "en");
+        Run frames = run(cOutput::kHTMLChunk, "de");
+        EXPECT_FALSE(html.red || frames.red) << html.log.toStdString() << frames.log.toStdString();
+        (layer ? with : without) = filesOf(P + "output");
+    }
+    stylesheet::setDocbookLayerEnabled(true);
+    ASSERT_GT(without.size(), 10u);
+    EXPECT_EQ(with.size(), without.size());
+    for (const auto& [name, bytes] : without)
+        EXPECT_TRUE(with.count(name) && with.at(name) == bytes) << name.toStdString();
+    // The chapters are numbered as DocBook numbers them.
+    EXPECT_TRUE(QString::fromLatin1(with.at("html/book_en.html")).contains("2.1. Tables"));
 }
