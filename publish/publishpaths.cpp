@@ -29,9 +29,10 @@ QString quillaryXsl()
     return paths::programFolder() + QStringLiteral("/quillary.xsl");
 }
 
-QString docbookLayerXsl()
+QString docbookLayerXsl(bool html)
 {
-    return paths::programFolder() + QStringLiteral("/docbook-layer.xsl");
+    return paths::programFolder() +
+           (html ? QStringLiteral("/docbook-layer-html.xsl") : QStringLiteral("/docbook-layer.xsl"));
 }
 
 QString webhelpXsl()

@@ -13,7 +13,9 @@ void setFontConfigurationFile(const QString& path);
 // The installed stylesheets of the program folder.
 QString quillaryXsl();   // xsl/quillary.xsl in the program folder
 QString webhelpXsl();    // the frames stylesheet
-QString docbookLayerXsl(); // our faster templates over DocBook XSL's
+// Our faster templates over DocBook XSL's: those of the HTML formats, or
+// those every format shares (for PDF).
+QString docbookLayerXsl(bool html);
 QString webhelpImage(const QString& name); // its navigation GIFs
 
 } // namespace publishpaths
