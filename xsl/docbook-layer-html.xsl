@@ -6,6 +6,10 @@
 
 <xsl:import href="docbook-layer.xsl"/>
 
+<!-- Chunks find their neighbours in a list made once, not by walking the
+     whole book before and after each of them. Only generated ids differ. -->
+<xsl:param name="chunk.fast" select="1"/>
+
 <!-- The book's index, found once: DocBook searches the whole document for
      it (//index) once for every entry of the index. -->
 <xsl:key name="quillary.indexes" match="index|setindex" use="'all'"/>

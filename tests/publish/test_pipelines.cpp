@@ -15,6 +15,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
+#include <QRegularExpression>
 
 #include <gtest/gtest.h>
 
@@ -441,7 +442,8 @@ TEST_F(Pipelines, AProjectFolderThatCannotBeWritten)
 }
 
 // Our templates over DocBook XSL change the time, never the result: every
-// file of the single and the framed HTML is the same with them and without.
+// file of the single and the framed HTML is the same with them and without,
+// but for the ids DocBook generates for its own anchors.
 TEST_F(Pipelines, TheFasterTemplatesGiveTheSameOutput)
 {
     auto filesOf = [](const QString& folder) {
@@ -449,7 +451,11 @@ TEST_F(Pipelines, TheFasterTemplatesGiveTheSameOutput)
         QDirIterator it(folder, QDir::Files, QDirIterator::Subdirectories);
         while (it.hasNext()) {
             const QString path = it.next();
-            out[QDir(folder).relativeFilePath(path)] = readBytes(path);
+            static const QRegularExpression generatedId(QStringLiteral("\\bid[0-9]+\\b"));
+            QByteArray bytes = readBytes(path);
+            if (path.endsWith(QLatin1String(".html")))
+                bytes = QString::fromLatin1(bytes).replace(generatedId, QStringLiteral("ID")).toLatin1();
+            out[QDir(folder).relativeFilePath(path)] = bytes;
         }
         return out;
     };
