@@ -29,10 +29,12 @@ QString quillaryXsl()
     return paths::programFolder() + QStringLiteral("/quillary.xsl");
 }
 
-QString docbookLayerXsl(bool html)
+QString docbookLayerXsl(const QString& format)
 {
-    return paths::programFolder() +
-           (html ? QStringLiteral("/docbook-layer-html.xsl") : QStringLiteral("/docbook-layer.xsl"));
+    const QString name = format == QLatin1String("PDF") ? QStringLiteral("/docbook-layer.xsl")
+                         : format == QLatin1String("HH") ? QStringLiteral("/docbook-layer-hh.xsl")
+                                                         : QStringLiteral("/docbook-layer-html.xsl");
+    return paths::programFolder() + name;
 }
 
 QString webhelpXsl()

@@ -13,9 +13,9 @@ void setFontConfigurationFile(const QString& path);
 // The installed stylesheets of the program folder.
 QString quillaryXsl();   // xsl/quillary.xsl in the program folder
 QString webhelpXsl();    // the frames stylesheet
-// Our faster templates over DocBook XSL's: those of the HTML formats, or
-// those every format shares (for PDF).
-QString docbookLayerXsl(bool html);
+// Our faster templates over DocBook XSL's for a format of the generated
+// stylesheets ("HH", "PDF", "HTML", "HTMLChunk").
+QString docbookLayerXsl(const QString& format);
 QString webhelpImage(const QString& name); // its navigation GIFs
 
 } // namespace publishpaths

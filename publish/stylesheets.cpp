@@ -161,7 +161,7 @@ QString importOf(const QString& format)
 {
     QString s = QStringLiteral("<xsl:import href=\"") + importHref(format) + QStringLiteral("\"/>");
     // Imported after DocBook's, so that its templates take precedence.
-    const QString layer = publishpaths::docbookLayerXsl(format != QLatin1String("PDF"));
+    const QString layer = publishpaths::docbookLayerXsl(format);
     if (docbookLayerEnabled() && QFileInfo::exists(layer))
         s += QStringLiteral("<xsl:import href=\"") + QString::fromUtf8(QUrl::fromLocalFile(layer).toEncoded()) +
              QStringLiteral("\"/>");

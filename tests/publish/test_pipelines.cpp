@@ -475,4 +475,22 @@ TEST_F(Pipelines, TheFasterTemplatesGiveTheSameOutput)
         EXPECT_TRUE(with.count(name) && with.at(name) == bytes) << name.toStdString();
     // The chapters are numbered as DocBook numbers them.
     EXPECT_TRUE(QString::fromLatin1(with.at("html/book_en.html")).contains("2.1. Tables"));
+
+    // HTML Help: the sources, as a compiler that keeps a copy receives them.
+    for (bool layer : {false, true}) {
+        stylesheet::setDocbookLayerEnabled(layer);
+        const QString capture = dir.file(layer ? "hh-with" : "hh-without");
+        makeExecutable(dir.file("copyinghhc"),
+                       ("#!/bin/sh\nfor a in \"$@\"; do case \"$a\" in *.hhp) src=$(dirname \"$a\");; esac; done\n"
+                        "mkdir -p '" + capture + "'\ncp \"$src\"/*.html \"$src\"/*.hhc \"$src\"/*.hhk '" + capture +
+                        "'/\n").toUtf8());
+        setCompiler(dir.file("copyinghhc"));
+        run(cOutput::kHTMLHelp, "en");
+        (layer ? with : without) = filesOf(capture);
+    }
+    stylesheet::setDocbookLayerEnabled(true);
+    ASSERT_GT(without.size(), 5u);
+    EXPECT_EQ(with.size(), without.size());
+    for (const auto& [name, bytes] : without)
+        EXPECT_TRUE(with.count(name) && with.at(name) == bytes) << name.toStdString();
 }
