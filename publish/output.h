@@ -81,3 +81,11 @@ bool inlineHhpIncludes(const QString& hhpFile);
 
 // Removes a folder with everything in it; true when it is gone.
 bool removeFolder(const QString& path);
+
+// The Java heap for FOP, in MB, for a Formatting Objects file of foBytes on
+// a machine with physicalMb of memory (0: unknown): FOP holds the document's
+// pages in memory, so the heap follows the book; at least 1 GB, at most
+// three quarters of the machine.
+int fopHeapMb(qint64 foBytes, qint64 physicalMb);
+// The machine's memory in MB; 0 when it cannot be read.
+qint64 physicalMemoryMb();

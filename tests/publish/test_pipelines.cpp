@@ -494,3 +494,32 @@ TEST_F(Pipelines, TheFasterTemplatesGiveTheSameOutput)
     for (const auto& [name, bytes] : without)
         EXPECT_TRUE(with.count(name) && with.at(name) == bytes) << name.toStdString();
 }
+
+// FOP's heap follows the book, within the machine; a heap that runs out is
+// said in plain words.
+TEST_F(Pipelines, FopsHeapFollowsTheBook)
+{
+    EXPECT_EQ(fopHeapMb(0, 0), 1024);
+    EXPECT_EQ(fopHeapMb(10LL << 20, 16384), 1024);       // a small book: the old heap
+    EXPECT_EQ(fopHeapMb(100LL << 20, 16384), 4256);      // 100 MB of FO
+    EXPECT_EQ(fopHeapMb(1000LL << 20, 16384), 12288);    // capped at 3/4 of the machine
+    EXPECT_EQ(fopHeapMb(1000LL << 20, 1024), 1024);      // never below 1 GB
+    EXPECT_GT(physicalMemoryMb(), 0);
+
+    writeBytes(dir.file("fonts.xml"), "");
+    publishpaths::setFontConfigurationFile(dir.file("fonts.xml"));
+    QString bin = dir.file("bin");
+    QDir().mkpath(bin);
+    makeExecutable(bin + "/fop", "#!/bin/sh\necho \"heap $JAVA_ARGS\" >&2\n"
+                                 "echo 'Exception in thread \"main\" java.lang.OutOfMemoryError: Java heap space' >&2\n"
+                                 "exit 1\n");
+    QByteArray oldPath = qgetenv("PATH");
+    qputenv("PATH", bin.toUtf8() + ":" + oldPath);
+    Run r = run(cOutput::kPDF, "en");
+    qputenv("PATH", oldPath);
+    EXPECT_TRUE(r.red);
+    EXPECT_TRUE(r.log.contains("\r\nFOP: PDF document was not created!!!\r\nFOP: Java ran out of memory with a heap of "
+                               "1024 MB. Close other programs or publish on a machine with more memory.\r\n"
+                               "heap -Xmx1024m"))
+        << r.log.toStdString();
+}
