@@ -322,18 +322,28 @@ QHash<xmlNode*, int> matchCodes(xmlNode* mainNode, xmlNode* langNode, bool* ok)
 
 // ---- writing ---------------------------------------------------------------
 
+// Streams the file into its temporary file: a large book's XLIFF is never
+// held in memory whole.
 class Writer {
 public:
-    Writer()
-    {
-        m_buf = xmlBufferCreate();
-        m_w = xmlNewTextWriterMemory(m_buf, 0);
-    }
     ~Writer()
     {
         if (m_w)
             xmlFreeTextWriter(m_w);
-        xmlBufferFree(m_buf);
+    }
+    bool open(const QString& target, QString* error)
+    {
+        if (!m_file.open(target, error))
+            return false;
+        xmlOutputBufferPtr out = xmlOutputBufferCreateIO(
+            [](void* file, const char* data, int len) {
+                return static_cast<fileio::AtomicFileWriter*>(file)->write(data, size_t(len)) ? len : -1;
+            },
+            [](void*) { return 0; }, &m_file, nullptr);
+        m_w = out ? xmlNewTextWriter(out) : nullptr;
+        if (!m_w && error)
+            *error = QStringLiteral("No memory for the writer.");
+        return m_w != nullptr;
     }
     void startDocument() { check(xmlTextWriterStartDocument(m_w, "1.0", "UTF-8", nullptr)); }
     void start(const char* name) { check(xmlTextWriterStartElement(m_w, X(name))); }
@@ -348,15 +358,19 @@ public:
             check(xmlTextWriterWriteString(m_w, X(s.toUtf8().constData())));
     }
     void newline() { text(QStringLiteral("\n")); }
-    // Closes everything; the document's bytes, or empty after a failure.
-    QByteArray finish()
+    // Ends the document and puts the file in place; false after a failure,
+    // with the target untouched.
+    bool finish(QString* error)
     {
         check(xmlTextWriterEndDocument(m_w));
-        xmlFreeTextWriter(m_w);
+        xmlFreeTextWriter(m_w); // flushes into the file
         m_w = nullptr;
-        if (m_failed)
-            return {};
-        return QByteArray(reinterpret_cast<const char*>(xmlBufferContent(m_buf)), xmlBufferLength(m_buf));
+        if (m_failed) {
+            if (error)
+                *error = QStringLiteral("The XML writer failed.");
+            return false;
+        }
+        return m_file.commit(error);
     }
 
     // Text with its non-breaking spaces as placeholders.
@@ -411,7 +425,7 @@ private:
         if (rc < 0)
             m_failed = true;
     }
-    xmlBufferPtr m_buf = nullptr;
+    fileio::AtomicFileWriter m_file;
     xmlTextWriterPtr m_w = nullptr;
     bool m_failed = false;
 };
@@ -1188,6 +1202,11 @@ bool exportXliff(const cProject& project, const QString& language, const QString
     book.getProperties(langBook, language);
     progress.start(int(chapters.size()) + 1);
 
+    QString why;
+    if (!e.w.open(outFile, &why)) {
+        box.stop(QStringLiteral("The file \"%1\" cannot be written: %2").arg(outFile, why));
+        return false;
+    }
     e.w.startDocument();
     e.w.newline();
     e.w.start("xliff");
@@ -1223,9 +1242,7 @@ bool exportXliff(const cProject& project, const QString& language, const QString
     }
     e.w.end();
     e.w.newline();
-    const QByteArray bytes = e.w.finish();
-    QString why;
-    if (bytes.isEmpty() || !fileio::atomicReplace(outFile, bytes, {}, &why)) {
+    if (!e.w.finish(&why)) {
         box.stop(QStringLiteral("The file \"%1\" cannot be written: %2").arg(outFile, why));
         return false;
     }

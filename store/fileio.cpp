@@ -212,6 +212,54 @@ bool atomicReplace(const QString& target, const QByteArray& data, const QString&
     return renameInto(temp, target, error);
 }
 
+AtomicFileWriter::~AtomicFileWriter()
+{
+    abort();
+}
+
+bool AtomicFileWriter::open(const QString& target, QString* error)
+{
+    abort();
+    m_target = target;
+    m_failed = false;
+    m_fd = createTemp(target, &m_temp, error);
+    return m_fd >= 0;
+}
+
+bool AtomicFileWriter::write(const char* data, size_t len)
+{
+    if (m_fd < 0 || m_failed)
+        return false;
+    if (!writeAll(m_fd, data, len))
+        m_failed = true;
+    return !m_failed;
+}
+
+bool AtomicFileWriter::commit(QString* error)
+{
+    if (m_fd < 0)
+        return false;
+    if (m_failed || ::fsync(m_fd) != 0) {
+        if (error)
+            *error = sysError("Cannot write", m_temp);
+        abort();
+        return false;
+    }
+    takeOverTarget(m_fd, m_target);
+    ::close(m_fd);
+    m_fd = -1;
+    return renameInto(m_temp, m_target, error);
+}
+
+void AtomicFileWriter::abort()
+{
+    if (m_fd < 0)
+        return;
+    ::close(m_fd);
+    m_fd = -1;
+    ::unlink(QFile::encodeName(m_temp).constData());
+}
+
 bool writeUtf16Line(const QString& target, const QString& text, const QString& tempPath,
                     QString* error)
 {

@@ -32,6 +32,28 @@ QByteArray utf16WithBom(const QString& text);
 bool atomicReplace(const QString& target, const QByteArray& data, const QString& tempPath = {},
                    QString* error = nullptr);
 
+// A file written in pieces into a temporary file beside the target, which
+// commit() fsyncs and renames over it; nothing of it is seen before. A
+// writer dropped without commit() leaves the target as it was.
+class AtomicFileWriter {
+public:
+    AtomicFileWriter() = default;
+    ~AtomicFileWriter();
+    AtomicFileWriter(const AtomicFileWriter&) = delete;
+    AtomicFileWriter& operator=(const AtomicFileWriter&) = delete;
+
+    bool open(const QString& target, QString* error = nullptr);
+    // False once a write has failed; later writes do nothing.
+    bool write(const char* data, size_t len);
+    bool commit(QString* error = nullptr);
+
+private:
+    void abort();
+    int m_fd = -1;
+    bool m_failed = false;
+    QString m_target, m_temp;
+};
+
 // One line of UTF-16 text with byte order mark and CRLF, written atomically.
 bool writeUtf16Line(const QString& target, const QString& text, const QString& tempPath = {},
                     QString* error = nullptr);

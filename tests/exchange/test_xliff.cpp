@@ -625,3 +625,30 @@ TEST_F(XliffTest, TranslateToolkit)
     EXPECT_TRUE(topicPart(2, QStringLiteral("topic3"), "onelang", QStringLiteral("de"))
                     .contains(QStringLiteral("<anchor id=\"anchor1\" name=\"keys\"></anchor></p>")));
 }
+
+// The file is written in pieces into a temporary file: a folder that cannot
+// take it leaves nothing behind, and a file that was there stays whole.
+TEST_F(XliffTest, AnExportThatCannotBeWrittenLeavesNothing)
+{
+    open();
+    Progress progress;
+    const QString missing = dir.file(QStringLiteral("no/such/folder/de.xlf"));
+    box.clear();
+    EXPECT_FALSE(exchange::exportXliff(*project, QStringLiteral("de"), missing, box, progress));
+    EXPECT_TRUE(box.last().startsWith(QStringLiteral("The file \"") + missing + QStringLiteral("\" cannot be written: ")))
+        << box.last().toStdString();
+
+    const QString file = exportTo(QStringLiteral("kept.xlf"));
+    const QByteArray before = readBytes(file);
+    const QString folder = QFileInfo(file).absolutePath();
+    const QStringList entries = QDir(folder).entryList(QDir::Files | QDir::Hidden);
+    // The disk refuses every byte: the export fails midway.
+    {
+        testing_support::NoFileWrites full;
+        box.clear();
+        EXPECT_FALSE(exchange::exportXliff(*project, QStringLiteral("de"), file, box, progress));
+    }
+    EXPECT_TRUE(box.last().contains(QStringLiteral("cannot be written"))) << box.last().toStdString();
+    EXPECT_EQ(readBytes(file), before);
+    EXPECT_EQ(QDir(folder).entryList(QDir::Files | QDir::Hidden), entries);
+}
