@@ -19,8 +19,9 @@ TEST(CommandTable, OneRowPerIdInOrderWithUniqueNamesAndKeys)
         names.insert(name);
         EXPECT_FALSE(QString::fromLatin1(c.text).isEmpty()) << c.objectName;
         EXPECT_EQ(commandByName(name), c.id);
-        if (c.toolbarKey)
+        if (c.toolbarKey) {
             EXPECT_EQ(commandByName(QString::fromLatin1(c.toolbarKey)), c.id);
+        }
         if (c.shortcut) {
             for (const QString& k : QString::fromLatin1(c.shortcut).split(QLatin1Char(';'))) {
                 EXPECT_FALSE(k.isEmpty() || k.contains(QLatin1Char(' '))) << c.objectName;
