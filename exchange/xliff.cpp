@@ -19,6 +19,7 @@
 #include <QRegularExpression>
 #include <QSet>
 
+#include <libxml/xmlreader.h>
 #include <libxml/xmlwriter.h>
 
 #include <algorithm>
@@ -681,70 +682,67 @@ bool emptyTarget(xmlNode* t)
     return true;
 }
 
-void readBody(xmlNode* parent, XliffFile& f, QString& why)
+// The lock a file's header carries; false when it has none.
+bool headerLock(xmlNode* header, QString& lock)
 {
-    for (xmlNode* c = parent->children; c && why.isEmpty(); c = c->next) {
-        if (isXliff(c, "group")) {
-            if (xmlsafe::attr(c, "restype") == QLatin1String("x-topic"))
-                ++f.topics;
-            readBody(c, f, why);
-        } else if (isXliff(c, "trans-unit")) {
-            const QString id = xmlsafe::attr(c, "id");
-            if (id.isEmpty() || f.units.contains(id)) {
-                why = id.isEmpty() ? QStringLiteral("A unit has no id.")
-                                   : QStringLiteral("The unit \"%1\" appears twice.").arg(id);
-                return;
-            }
-            FileUnit u;
-            u.order = int(f.order.size());
-            for (xmlNode* k = c->children; k; k = k->next)
-                if (isXliff(k, "target") && !emptyTarget(k))
-                    u.target = k;
-            f.units.insert(id, u);
-            f.order << id;
-        }
-    }
+    bool found = false;
+    for (xmlNode* g = header->children; g; g = g->next)
+        if (isXliff(g, "prop-group") && xmlsafe::attr(g, "name") == QLatin1String("quillary"))
+            for (xmlNode* p = g->children; p; p = p->next)
+                if (isXliff(p, "prop") && xmlsafe::attr(p, "prop-type") == QLatin1String("lock")) {
+                    lock = xmlsafe::nodeText(p).trimmed();
+                    found = true;
+                }
+    return found;
 }
 
+void firstReaderError(void* ctx, const xmlError* error)
+{
+    auto* e = static_cast<xmlsafe::XmlError*>(ctx);
+    if (e->present || !error || error->level < XML_ERR_ERROR)
+        return;
+    e->present = true;
+    e->line = error->line;
+    e->message = QString::fromUtf8(error->message ? error->message : "").trimmed();
+}
+
+// Reads the file as a stream: of a large file only the targets are kept,
+// copied into a document of their own.
 bool readXliff(const QString& path, XliffFile& f, QString& why)
 {
+    xmlsafe::EntityScope none(QStringList{});
+    f.doc.reset(xmlNewDoc(X("1.0")));
+    xmlNode* holder = xmlNewDocNode(f.doc.get(), nullptr, X("targets"), nullptr);
+    xmlDocSetRootElement(f.doc.get(), holder);
+    std::unique_ptr<xmlTextReader, void (*)(xmlTextReaderPtr)> reader(
+        xmlReaderForFile(QFile::encodeName(path).constData(), nullptr, xmlsafe::kBaseOptions), xmlFreeTextReader);
     xmlsafe::XmlError error;
-    {
-        xmlsafe::EntityScope none(QStringList{});
-        f.doc = xmlsafe::readFile(path, xmlsafe::kBaseOptions, false, &error);
-    }
-    if (!f.doc) {
-        why = QStringLiteral("It cannot be read: ") + error.message +
-              (error.line > 0 ? QStringLiteral(" (line %1)").arg(error.line) : QString());
+    if (!reader) {
+        why = QStringLiteral("It cannot be read: Cannot read file \"%1\".").arg(path);
         return false;
     }
-    xmlNode* root = xmlDocGetRootElement(f.doc.get());
-    if (!isXliff(root, "xliff") || xmlsafe::attr(root, "version") != QLatin1String("1.2")) {
-        why = QStringLiteral("It is not an XLIFF 1.2 file.");
-        return false;
-    }
-    bool first = true;
-    for (xmlNode* file = root->children; file; file = file->next) {
-        if (!isXliff(file, "file"))
-            continue;
-        const QString source = xmlsafe::attr(file, "source-language");
-        const QString target = xmlsafe::attr(file, "target-language");
-        QString lock;
-        bool hasLock = false;
-        for (xmlNode* h = file->children; h; h = h->next) {
-            if (!isXliff(h, "header"))
-                continue;
-            for (xmlNode* g = h->children; g; g = g->next)
-                if (isXliff(g, "prop-group") && xmlsafe::attr(g, "name") == QLatin1String("quillary"))
-                    for (xmlNode* p = g->children; p; p = p->next)
-                        if (isXliff(p, "prop") && xmlsafe::attr(p, "prop-type") == QLatin1String("lock")) {
-                            lock = xmlsafe::nodeText(p).trimmed();
-                            hasLock = true;
-                        }
-        }
+    xmlTextReaderSetStructuredErrorHandler(
+        reader.get(), [](void* ctx, xmlErrorPtr e) { firstReaderError(ctx, e); }, &error);
+    xmlTextReaderPtr r = reader.get();
+    auto here = [r](const char* name) {
+        const xmlChar* uri = xmlTextReaderConstNamespaceUri(r);
+        return xmlStrEqual(xmlTextReaderConstLocalName(r), X(name)) && uri &&
+               xmlStrEqual(uri, X("urn:oasis:names:tc:xliff:document:1.2"));
+    };
+    auto attribute = [r](const char* name) {
+        xmlChar* v = xmlTextReaderGetAttribute(r, X(name));
+        const QString out = v ? xmlsafe::qs(v) : QString();
+        xmlFree(v);
+        return out;
+    };
+
+    bool root = false, first = true, inFile = false, fileChecked = false, hasLock = false;
+    QString source, target, original, lock;
+    // A file's languages and lock, before its units are taken.
+    auto checkFile = [&]() {
+        fileChecked = true;
         if (!hasLock) {
-            why = QStringLiteral("Its file \"%1\" was not written by Quillary Author for this project.")
-                      .arg(xmlsafe::attr(file, "original"));
+            why = QStringLiteral("Its file \"%1\" was not written by Quillary Author for this project.").arg(original);
             return false;
         }
         if (first) {
@@ -756,11 +754,75 @@ bool readXliff(const QString& path, XliffFile& f, QString& why)
             why = QStringLiteral("Its parts are for different languages or exports.");
             return false;
         }
-        for (xmlNode* b = file->children; b && why.isEmpty(); b = b->next)
-            if (isXliff(b, "body"))
-                readBody(b, f, why);
-        if (!why.isEmpty())
-            return false;
+        return true;
+    };
+
+    int ret = xmlTextReaderRead(r);
+    while (ret == 1 && why.isEmpty()) {
+        const int type = xmlTextReaderNodeType(r);
+        bool skip = false;
+        if (type == XML_READER_TYPE_ELEMENT && !root) {
+            root = true;
+            if (!here("xliff") || attribute("version") != QLatin1String("1.2")) {
+                why = QStringLiteral("It is not an XLIFF 1.2 file.");
+                return false;
+            }
+        } else if (type == XML_READER_TYPE_ELEMENT && here("file")) {
+            inFile = true;
+            fileChecked = hasLock = false;
+            source = attribute("source-language");
+            target = attribute("target-language");
+            original = attribute("original");
+            lock.clear();
+            if (xmlTextReaderIsEmptyElement(r) && !checkFile())
+                return false;
+        } else if (type == XML_READER_TYPE_ELEMENT && inFile && here("header")) {
+            if (xmlNode* h = xmlTextReaderExpand(r))
+                hasLock = headerLock(h, lock) || hasLock;
+            skip = true;
+        } else if (type == XML_READER_TYPE_ELEMENT && inFile && here("body")) {
+            if (!fileChecked && !checkFile())
+                return false;
+        } else if (type == XML_READER_TYPE_ELEMENT && inFile && here("group")) {
+            if (attribute("restype") == QLatin1String("x-topic"))
+                ++f.topics;
+        } else if (type == XML_READER_TYPE_ELEMENT && inFile && here("trans-unit")) {
+            if (!fileChecked && !checkFile())
+                return false;
+            const QString id = attribute("id");
+            if (id.isEmpty() || f.units.contains(id)) {
+                why = id.isEmpty() ? QStringLiteral("A unit has no id.")
+                                   : QStringLiteral("The unit \"%1\" appears twice.").arg(id);
+                return false;
+            }
+            FileUnit u;
+            u.order = int(f.order.size());
+            if (xmlNode* unit = xmlTextReaderExpand(r)) {
+                for (xmlNode* k = unit->children; k; k = k->next) {
+                    if (isXliff(k, "target") && !emptyTarget(k)) {
+                        xmlNode* copy = xmlDocCopyNode(k, f.doc.get(), 1);
+                        xmlAddChild(holder, copy);
+                        u.target = copy;
+                    }
+                }
+            }
+            f.units.insert(id, u);
+            f.order << id;
+            skip = true;
+        } else if (type == XML_READER_TYPE_END_ELEMENT && here("file")) {
+            inFile = false;
+            if (!fileChecked && !checkFile())
+                return false;
+        }
+        ret = skip ? xmlTextReaderNext(r) : xmlTextReaderRead(r);
+    }
+    if (!why.isEmpty())
+        return false;
+    if (ret < 0 || error.present || !root) {
+        why = QStringLiteral("It cannot be read: ") +
+              (error.message.isEmpty() ? QStringLiteral("Cannot read file \"%1\".").arg(path) : error.message) +
+              (error.line > 0 ? QStringLiteral(" (line %1)").arg(error.line) : QString());
+        return false;
     }
     if (first) {
         why = QStringLiteral("It holds no file element.");
