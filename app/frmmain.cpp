@@ -488,6 +488,7 @@ void frmMain::wireSession()
         if (m_titleDialog)
             return m_titleDialog(caption, label, button, text);
         frmTopicTitle dlg(&m_box, this);
+        dlg.refusal = m_session->dialogs.titleRefusal;
         dlg.setWindowTitle(caption);
         dlg.lblDesc->setText(label);
         dlg.cmdInsert->setText(button);

@@ -1,5 +1,7 @@
 #include "frmtopictitle.h"
 
+#include "msgbox.h"
+
 #include "holders.h"
 #include "mcommon.h"
 
@@ -50,6 +52,14 @@ void frmTopicTitle::cmdInsert_Click()
     }
     if (!mCommon::checkXMLChars(text, QStringLiteral("Chapter title"), box()))
         return;
+    if (refusal) {
+        const QString why = refusal(text);
+        if (!why.isEmpty()) {
+            box().exclamation(why);
+            txtTitle->setFocus();
+            return;
+        }
+    }
     if (m_title)
         m_title->TextString = text;
     if (m_ok)

@@ -3,6 +3,10 @@
 // caption, the description and the text of the button.
 #include "formbase.h"
 
+#include <QString>
+
+#include <functional>
+
 class QLabel;
 class QLineEdit;
 class QPushButton;
@@ -16,6 +20,9 @@ public:
 
     void setTopicTitle(cString* title) { m_title = title; }
     void setOKorCancel(cOKorCancel* ok) { m_ok = ok; }
+    // The caller's own refusal of a title (a sibling of that name, say): a
+    // reason keeps the dialog open with the text as typed.
+    std::function<QString(const QString&)> refusal;
 
     QLabel* lblDesc;
     QLineEdit* txtTitle;

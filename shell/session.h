@@ -43,6 +43,9 @@ struct SessionDialogs {
     std::function<bool(cBook&)> newBook;
     // The book properties form.
     std::function<bool(cBook&)> bookProperties;
+    // While the title dialog is asked: why a title would be refused (empty:
+    // taken), so that a dialog can refuse it while it is still open.
+    std::function<QString(const QString&)> titleRefusal;
 };
 
 class Session {

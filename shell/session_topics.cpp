@@ -183,6 +183,11 @@ bool Session::askTitle(const QString& caption, const QString& label, const QStri
 {
     // A refused title comes back in the dialog as typed, until it is taken
     // or the dialog is cancelled: the author never types it twice.
+    dialogs.titleRefusal = refusal;
+    struct Clear {
+        SessionDialogs& d;
+        ~Clear() { d.titleRefusal = nullptr; }
+    } clear{dialogs};
     for (;;) {
         if (!dialogs.topicTitle || !dialogs.topicTitle(caption, label, button, text))
             return false;

@@ -810,3 +810,26 @@ TEST_F(MainWindowTest, OneActionPerCommandSharedByMenuToolbarAndContextMenus)
     EXPECT_FALSE(on(CommandId::Paste));
     EXPECT_TRUE(on(CommandId::Copy));
 }
+
+// A title the session would refuse is refused in the dialog, which stays
+// open with the text as typed.
+TEST_F(MainWindowTest, ARefusedTitleKeepsItsDialogOpenAsTyped)
+{
+    window->startUp(copySample());
+    ASSERT_TRUE(session().isOpen());
+    bool stillOpen = false;
+    QString kept;
+    onNextModal<frmTopicTitle>([&](frmTopicTitle* dlg) {
+        dlg->txtTitle->setText(QStringLiteral("welcome"));
+        QTest::mouseClick(dlg->cmdInsert, Qt::LeftButton);
+        stillOpen = dlg->isVisible();
+        kept = dlg->txtTitle->text();
+        dlg->txtTitle->setText(QStringLiteral("Second Welcome"));
+        QTest::mouseClick(dlg->cmdInsert, Qt::LeftButton);
+    });
+    menuOn(QStringLiteral("Getting Started"), QStringLiteral("mnuInsertTopic"));
+    EXPECT_TRUE(stillOpen);
+    EXPECT_EQ(kept, QStringLiteral("welcome"));
+    EXPECT_EQ(box.texts(), QStringList{QStringLiteral("Topic with same name already exists! Topic can not be inserted!")});
+    EXPECT_TRUE(node(QStringLiteral("Getting Started\\Second Welcome")));
+}
