@@ -963,6 +963,13 @@ void frmMain::treeDrop(const NodePtr& source, const NodePtr& target)
 {
     if (!m_session->dropEnabled() || !source || !target)
         return;
+    // Drops are not user input to an event loop that waits for the page:
+    // one can arrive while a call waits, and its calls would then stall
+    // both. It runs when the page is free.
+    if (dEdit->inCall()) {
+        QTimer::singleShot(10, this, [this, source, target] { treeDrop(source, target); });
+        return;
+    }
     m_session->dropNode(source, target);
 }
 
@@ -1015,6 +1022,13 @@ void frmMain::surfaceMenu(const QPoint& pos)
 
 void frmMain::closeEvent(QCloseEvent* event)
 {
+    // As with drops: a close from the window manager can come while a page
+    // call waits; the question comes when the page is free.
+    if (dEdit->inCall()) {
+        event->ignore();
+        QTimer::singleShot(10, this, &QWidget::close);
+        return;
+    }
     if (!m_session->queryUnload()) {
         event->ignore();
         return;

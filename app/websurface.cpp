@@ -191,6 +191,10 @@ QVariant WebSurface::runScript(const QString& js, bool* ok)
         answer->done = true;
         answer->loop.quit();
     });
+    // Such a call can stall both until the time-out; its caller should
+    // have waited for the page to be free.
+    if (m_calls > 0)
+        qWarning("WebSurface: a page call was made while another waited: %s", qPrintable(js.left(60)));
     ++m_calls;
     waitForAnswer(answer->done, answer->loop);
     --m_calls;
