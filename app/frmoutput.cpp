@@ -15,6 +15,7 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPlainTextEdit>
+#include <QProgressBar>
 #include <QPointer>
 #include <QPushButton>
 #include <QRadioButton>
@@ -97,11 +98,16 @@ frmOutput::frmOutput(MsgBox* box, QWidget* parent) : QDialog(parent)
     txtOut->setObjectName(QStringLiteral("txtOut"));
     txtOut->setReadOnly(true);
     txtOut->setPlainText(OutputLog::kStartText);
+    pbChapters = new QProgressBar(m_logPane);
+    pbChapters->setObjectName(QStringLiteral("pbChapters"));
+    pbChapters->setFormat(QStringLiteral("Chapter %v of %m"));
+    pbChapters->hide();
     cmdClose = button(m_logPane, "cmdClose", QStringLiteral("Close"));
     cmdShowResult = button(m_logPane, "cmdShowResult", QStringLiteral("Show Result"));
     auto* logLayout = new QVBoxLayout(m_logPane);
     logLayout->setContentsMargins(0, 0, 0, 0);
     logLayout->addWidget(txtOut, 1);
+    logLayout->addWidget(pbChapters);
     auto* logButtons = new QHBoxLayout;
     logButtons->addStretch(1);
     logButtons->addWidget(cmdShowResult);
@@ -135,11 +141,25 @@ frmOutput::frmOutput(MsgBox* box, QWidget* parent) : QDialog(parent)
                 },
                 Qt::QueuedConnection);
     });
+    m_log.setProgressListener([self](int done, int total) {
+        auto show = [self, done, total] {
+            if (!self)
+                return;
+            self->pbChapters->setRange(0, std::max(1, total));
+            self->pbChapters->setValue(std::min(done, std::max(1, total)));
+            self->pbChapters->setVisible(total > 0);
+        };
+        if (self && QThread::currentThread() == self->thread())
+            show();
+        else if (self)
+            QMetaObject::invokeMethod(self.data(), show, Qt::QueuedConnection);
+    });
 }
 
 frmOutput::~frmOutput()
 {
     m_log.setListener(nullptr);
+    m_log.setProgressListener(nullptr);
 }
 
 void frmOutput::load()

@@ -17,6 +17,7 @@ class QComboBox;
 class QGroupBox;
 class QLabel;
 class QPlainTextEdit;
+class QProgressBar;
 class QPushButton;
 class QRadioButton;
 class cOutput;
@@ -60,6 +61,8 @@ public:
     QPushButton* cmdProperties;
     // Log view.
     QPlainTextEdit* txtOut;
+    // The chapters done of a chunked run; hidden until one reports.
+    QProgressBar* pbChapters;
     QPushButton* cmdClose;
     QPushButton* cmdShowResult;
 

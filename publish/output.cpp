@@ -20,6 +20,7 @@
 #include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
+#include <QRegularExpression>
 
 #include <algorithm>
 #include <exception>
@@ -287,6 +288,17 @@ XsltJob cOutput::secondPass(const QString& writeFolder, const QString& output) c
     job.writeFolders = {writeFolder};
     job.imageFolder = projectFolder();
     job.params = docbookParams();
+    // The chunked formats name each chapter's pages chNN...: the pages
+    // written tell how far the run has come.
+    const int chapters = int(m_project.chapterFileList().size());
+    OutputLog* log = &m_log;
+    log->progress(0, chapters);
+    job.onMessage = [log, chapters](const QString& message) {
+        static const QRegularExpression page(QStringLiteral("^Writing .*\\bch(\\d+)"));
+        const QRegularExpressionMatch m = page.match(message);
+        if (m.hasMatch())
+            log->progress(std::min(m.captured(1).toInt(), chapters), chapters);
+    };
     return job;
 }
 

@@ -42,3 +42,27 @@ void OutputLog::setListener(Listener l)
     std::lock_guard<std::mutex> g(m_mutex);
     m_listener = std::move(l);
 }
+
+void OutputLog::progress(int done, int total)
+{
+    ProgressListener l;
+    {
+        std::lock_guard<std::mutex> g(m_mutex);
+        m_progress = {done, total};
+        l = m_progressListener;
+    }
+    if (l)
+        l(done, total);
+}
+
+std::pair<int, int> OutputLog::lastProgress() const
+{
+    std::lock_guard<std::mutex> g(m_mutex);
+    return m_progress;
+}
+
+void OutputLog::setProgressListener(ProgressListener l)
+{
+    std::lock_guard<std::mutex> g(m_mutex);
+    m_progressListener = std::move(l);
+}

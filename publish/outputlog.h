@@ -7,6 +7,7 @@
 
 #include <functional>
 #include <mutex>
+#include <utility>
 
 class OutputLog {
 public:
@@ -31,9 +32,18 @@ public:
     using Listener = std::function<void(const QString& piece, bool red)>;
     void setListener(Listener l);
 
+    // How far a long step has come (chapters done of all); a listener is
+    // told on the thread that reports.
+    void progress(int done, int total);
+    std::pair<int, int> lastProgress() const;
+    using ProgressListener = std::function<void(int done, int total)>;
+    void setProgressListener(ProgressListener l);
+
 private:
     mutable std::mutex m_mutex;
     QString m_text;
     bool m_red = false;
     Listener m_listener;
+    ProgressListener m_progressListener;
+    std::pair<int, int> m_progress{0, 0};
 };

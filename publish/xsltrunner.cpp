@@ -32,6 +32,7 @@ namespace {
 const char* kImageNs = "http://nwalsh.com/xslt/ext/com.nwalsh.saxon.ImageIntrinsics";
 
 thread_local QString* tl_messages = nullptr;
+thread_local const std::function<void(const QString&)>* tl_onMessage = nullptr;
 
 void genericError(void*, const char* msg, ...)
 {
@@ -42,7 +43,10 @@ void genericError(void*, const char* msg, ...)
     va_start(ap, msg);
     vsnprintf(buf, sizeof buf, msg, ap);
     va_end(ap);
-    *tl_messages += QString::fromUtf8(buf);
+    const QString text = QString::fromUtf8(buf);
+    *tl_messages += text;
+    if (tl_onMessage && *tl_onMessage)
+        (*tl_onMessage)(text);
     // Keep only the tail: the last lines explain a failure.
     if (tl_messages->size() > 20000)
         *tl_messages = tl_messages->right(10000);
@@ -198,6 +202,8 @@ XsltResult runXsltHere(const XsltJob& job)
     QString messages;
     QString* previous = tl_messages;
     tl_messages = &messages;
+    const std::function<void(const QString&)>* previousListener = tl_onMessage;
+    tl_onMessage = &job.onMessage;
     xmlSetGenericErrorFunc(nullptr, genericError);
     {
         xmlsafe::EntityScope scope(job.readFolders + job.writeFolders);
@@ -263,6 +269,7 @@ XsltResult runXsltHere(const XsltJob& job)
         }
     }
     tl_messages = previous;
+    tl_onMessage = previousListener;
     xmlSetGenericErrorFunc(nullptr, nullptr);
     r.messages = messages;
     return r;

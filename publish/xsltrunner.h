@@ -3,6 +3,8 @@
 // caller's event loop keeps turning. Reading is limited to the given folders,
 // writing to the output folders, and nothing reaches the network.
 #include <QString>
+
+#include <functional>
 #include <QStringList>
 
 #include <utility>
@@ -18,6 +20,9 @@ struct XsltJob {
     QString imageFolder;  // folder against which image sizes are looked up
     // Stylesheet parameters, name and XPath expression.
     std::vector<std::pair<QString, QString>> params;
+    // Told of every message of the processor as it comes, on the thread
+    // that transforms (null: none).
+    std::function<void(const QString&)> onMessage;
 };
 
 struct XsltResult {

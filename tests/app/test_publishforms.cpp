@@ -36,11 +36,14 @@
 #include <QRadioButton>
 #include <QTabWidget>
 #include <QTest>
+#include <QProgressBar>
 #include <QTimer>
 #include <QWebEnginePage>
 #include <QWebEngineView>
 
 #include <gtest/gtest.h>
+
+#include <algorithm>
 
 #include <functional>
 #include <optional>
@@ -765,4 +768,38 @@ TEST(PublishMenus, OpenTheDialogsAfterTheSavePromptAndReloadTheSettings)
     window.action(QStringLiteral("mnuSettings"))->trigger();
     EXPECT_EQ(window.session().onlineColor, QStringLiteral("#0A0B0C"));
     EXPECT_TRUE(box.empty()) << box.texts().join(QLatin1Char('|')).toStdString();
+}
+
+// A chunked run moves a bar chapter by chapter while the dialog stays live.
+TEST(OutputDialog, AFramedRunMovesTheChapterBar)
+{
+    removeLastQop();
+    TempDir dir;
+    const QString qly = copySample(dir.path(), QStringLiteral("work"));
+    ScriptedMsgBox box;
+    box.setDefault(MsgAnswer::Yes);
+    cProject project(box);
+    ASSERT_TRUE(project.Load(qly));
+    frmOutput dlg(&box);
+    dlg.SetProject(&project);
+    dlg.openResult = [](const QUrl&) { return true; };
+    dlg.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&dlg));
+    EXPECT_FALSE(dlg.pbChapters->isVisible());
+    dlg.cmbLanguages->setCurrentIndex(0);
+    dlg.optHTMLChunk->setChecked(true);
+
+    QList<int> seen;
+    QObject::connect(dlg.pbChapters, &QProgressBar::valueChanged, [&](int v) {
+        if (dlg.running() && (seen.isEmpty() || seen.last() != v))
+            seen << v;
+    });
+    QTest::mouseClick(dlg.cmdOK, Qt::LeftButton);
+    EXPECT_TRUE(dlg.log().text().endsWith(QStringLiteral("Done."))) << dlg.log().text().toStdString();
+    EXPECT_EQ(dlg.pbChapters->maximum(), 3);
+    EXPECT_EQ(dlg.pbChapters->value(), 3);
+    EXPECT_TRUE(dlg.pbChapters->isVisible());
+    // Every chapter on its way, in order.
+    EXPECT_TRUE(seen.contains(1) && seen.contains(2) && seen.contains(3)) << seen.size();
+    EXPECT_TRUE(std::is_sorted(seen.begin(), seen.end()));
 }
