@@ -7,6 +7,7 @@
 #include <QEventLoop>
 #include <QFile>
 #include <QFileInfo>
+#include <QHash>
 #include <QMetaObject>
 #include <QThread>
 #include <QUrl>
@@ -76,11 +77,10 @@ QString canonicalFolder(const QString& f)
     return c;
 }
 
-bool inside(const QString& path, const QStringList& folders)
+// The resolved form of a path: the nearest existing ancestor resolved, so
+// that files not made yet are judged by their folder.
+QString resolved(const QString& path)
 {
-    if (path.isEmpty())
-        return false;
-    // Resolve the nearest existing ancestor, so files not made yet are judged by their folder.
     QString p = QDir::cleanPath(path);
     QString tail;
     while (!p.isEmpty() && !QFileInfo::exists(p)) {
@@ -92,26 +92,61 @@ bool inside(const QString& path, const QStringList& folders)
     }
     QString c = QFileInfo(p).canonicalFilePath();
     if (c.isEmpty())
+        return {};
+    return QDir::cleanPath(c + tail);
+}
+
+bool insideCanonical(const QString& resolvedPath, const QStringList& canonicalFolders)
+{
+    if (resolvedPath.isEmpty())
         return false;
-    c = QDir::cleanPath(c + tail);
-    for (const QString& f : folders) {
-        QString cf = canonicalFolder(f);
-        if ((c + QLatin1Char('/')).startsWith(cf))
+    for (const QString& cf : canonicalFolders)
+        if ((resolvedPath + QLatin1Char('/')).startsWith(cf))
             return true;
-    }
     return false;
 }
 
-const XsltJob* jobOf(xsltTransformContextPtr ctxt)
+// What one transformation knows while it runs: its job, and the answers of
+// its file checks (DocBook reads its localisation file once for every
+// generated text, and each check would resolve the whole path again).
+struct RunState {
+    const XsltJob* job = nullptr;
+    QStringList readCanonical;  // read and write folders, resolved
+    QStringList writeCanonical; // write folders, resolved
+    QHash<QString, bool> readChecked;
+    QStringList written;
+
+    explicit RunState(const XsltJob& j) : job(&j)
+    {
+        for (const QString& f : j.writeFolders)
+            writeCanonical << canonicalFolder(f);
+        for (const QString& f : j.readFolders)
+            readCanonical << canonicalFolder(f);
+        readCanonical += writeCanonical;
+    }
+    bool mayRead(const QString& path)
+    {
+        auto it = readChecked.constFind(path);
+        if (it != readChecked.constEnd())
+            return *it;
+        const bool ok = insideCanonical(resolved(path), readCanonical);
+        readChecked.insert(path, ok);
+        return ok;
+    }
+    // Writes are not remembered: a file made meanwhile may be a link.
+    bool mayWrite(const QString& path) const { return insideCanonical(resolved(path), writeCanonical); }
+};
+
+RunState* stateOf(xsltTransformContextPtr ctxt)
 {
-    return ctxt ? static_cast<const XsltJob*>(ctxt->_private) : nullptr;
+    return ctxt ? static_cast<RunState*>(ctxt->_private) : nullptr;
 }
 
 int checkRead(xsltSecurityPrefsPtr, xsltTransformContextPtr ctxt, const char* value)
 {
-    const XsltJob* job = jobOf(ctxt);
+    RunState* state = stateOf(ctxt);
     QString p = pathOf(value);
-    if (job && inside(p, job->readFolders + job->writeFolders))
+    if (state && !p.isEmpty() && state->mayRead(p))
         return 1;
     genericError(nullptr, "Reading \"%s\" is not allowed.\n", value ? value : "");
     return 0;
@@ -119,10 +154,12 @@ int checkRead(xsltSecurityPrefsPtr, xsltTransformContextPtr ctxt, const char* va
 
 int checkWrite(xsltSecurityPrefsPtr, xsltTransformContextPtr ctxt, const char* value)
 {
-    const XsltJob* job = jobOf(ctxt);
+    RunState* state = stateOf(ctxt);
     QString p = pathOf(value);
-    if (job && inside(p, job->writeFolders))
+    if (state && !p.isEmpty() && state->mayWrite(p)) {
+        state->written << QDir::cleanPath(p);
         return 1;
+    }
     genericError(nullptr, "Writing \"%s\" is not allowed.\n", value ? value : "");
     return 0;
 }
@@ -149,12 +186,12 @@ void imageDimension(xmlXPathParserContextPtr ctxt, int nargs, bool width)
     xmlChar* name = xmlXPathPopString(ctxt);
     QString file = QString::fromUtf8(reinterpret_cast<const char*>(name));
     xmlFree(name);
-    const XsltJob* job = jobOf(xsltXPathGetTransformContext(ctxt));
+    RunState* state = stateOf(xsltXPathGetTransformContext(ctxt));
     double result = fallback;
-    if (job && !file.contains(QStringLiteral("://"))) {
-        QString path = QFileInfo(file).isAbsolute() ? file : job->imageFolder + QLatin1Char('/') + file;
+    if (state && !file.contains(QStringLiteral("://"))) {
+        QString path = QFileInfo(file).isAbsolute() ? file : state->job->imageFolder + QLatin1Char('/') + file;
         int w = 0, h = 0;
-        if (inside(path, job->readFolders + job->writeFolders) && imageSize(path, w, h))
+        if (state->mayRead(path) && imageSize(path, w, h))
             result = width ? w : h;
     }
     xmlXPathReturnNumber(ctxt, result);
@@ -195,9 +232,44 @@ struct SecDeleter {
 
 } // namespace
 
-XsltResult runXsltHere(const XsltJob& job)
+struct XsltTransform::State {
+    const XsltJob& job;
+    RunState run;
+    std::unique_ptr<xsltStylesheet, StyleDeleter> style;
+    xmlsafe::DocPtr doc;
+    xmlsafe::DocPtr result;
+    explicit State(const XsltJob& j) : job(j), run(j) {}
+};
+
+XsltTransform::XsltTransform(const XsltJob& job) : d(std::make_unique<State>(job)) {}
+
+XsltTransform::~XsltTransform()
+{
+    // The result's strings live in the stylesheet's dictionary: it goes first.
+    d->result.reset();
+    d->doc.reset();
+    d->style.reset();
+}
+
+xmlDoc* XsltTransform::source() const
+{
+    return d->doc.get();
+}
+
+xmlDoc* XsltTransform::result() const
+{
+    return d->result.get();
+}
+
+xsltStylesheet* XsltTransform::style() const
+{
+    return d->style.get();
+}
+
+XsltResult XsltTransform::run()
 {
     initOnce();
+    const XsltJob& job = d->job;
     XsltResult r;
     QString messages;
     QString* previous = tl_messages;
@@ -211,22 +283,24 @@ XsltResult runXsltHere(const XsltJob& job)
         const int opts = XSLT_PARSE_OPTIONS | XML_PARSE_NONET;
         QByteArray styleName = QFile::encodeName(QFileInfo(job.stylesheet).absoluteFilePath());
         xmlDocPtr sdoc = xmlReadFile(styleName.constData(), nullptr, opts);
-        std::unique_ptr<xsltStylesheet, StyleDeleter> style(sdoc ? xsltParseStylesheetDoc(sdoc) : nullptr);
-        if (!style) {
-            if (sdoc && !style)
+        d->style.reset(sdoc ? xsltParseStylesheetDoc(sdoc) : nullptr);
+        if (!d->style) {
+            if (sdoc)
                 xmlFreeDoc(sdoc);
             if (capture.any())
                 messages += capture.first().message + QLatin1Char('\n');
             messages += QStringLiteral("The stylesheet cannot be read.\n");
         } else {
             QByteArray inName = QFile::encodeName(QFileInfo(job.input).absoluteFilePath());
-            xmlsafe::DocPtr doc(xmlReadFile(inName.constData(), nullptr, opts));
-            if (!doc) {
+            d->doc.reset(xmlReadFile(inName.constData(), nullptr, opts));
+            if (!d->doc) {
                 if (capture.any())
                     messages += capture.first().message + QLatin1Char('\n');
                 messages += QStringLiteral("The document cannot be read.\n");
             } else {
-                std::unique_ptr<xsltTransformContext, CtxtDeleter> ctxt(xsltNewTransformContext(style.get(), doc.get()));
+                xsltStylesheet* style = d->style.get();
+                xmlDocPtr doc = d->doc.get();
+                std::unique_ptr<xsltTransformContext, CtxtDeleter> ctxt(xsltNewTransformContext(style, doc));
                 std::unique_ptr<xsltSecurityPrefs, SecDeleter> sec(xsltNewSecurityPrefs());
                 xsltSetSecurityPrefs(sec.get(), XSLT_SECPREF_READ_FILE, checkRead);
                 xsltSetSecurityPrefs(sec.get(), XSLT_SECPREF_WRITE_FILE, checkWrite);
@@ -234,8 +308,12 @@ XsltResult runXsltHere(const XsltJob& job)
                 xsltSetSecurityPrefs(sec.get(), XSLT_SECPREF_READ_NETWORK, xsltSecurityForbid);
                 xsltSetSecurityPrefs(sec.get(), XSLT_SECPREF_WRITE_NETWORK, xsltSecurityForbid);
                 xsltSetCtxtSecurityPrefs(sec.get(), ctxt.get());
-                ctxt->_private = const_cast<XsltJob*>(&job);
+                ctxt->_private = &d->run;
                 xsltSetCtxtParseOptions(ctxt.get(), opts);
+                for (const XsltFunction& f : job.functions)
+                    xsltRegisterExtFunction(ctxt.get(), BAD_CAST f.name, BAD_CAST f.ns, f.function);
+                if (job.onContext)
+                    job.onContext(ctxt.get());
 
                 std::vector<QByteArray> store;
                 std::vector<const char*> params;
@@ -251,19 +329,18 @@ XsltResult runXsltHere(const XsltJob& job)
                 QString baseFile = (job.outputBase.isEmpty() ? QFileInfo(job.output).absolutePath() : job.outputBase) +
                                    QStringLiteral("/index.html");
                 QByteArray base = QUrl::fromLocalFile(baseFile).toEncoded();
-                xmlDocPtr res = xsltApplyStylesheetUser(style.get(), doc.get(), params.data(), base.constData(),
-                                                        nullptr, ctxt.get());
-                bool ok = res && ctxt->state != XSLT_STATE_ERROR && ctxt->state != XSLT_STATE_STOPPED;
-                if (res && ok && !job.output.isEmpty()) {
+                d->result.reset(
+                    xsltApplyStylesheetUser(style, doc, params.data(), base.constData(), nullptr, ctxt.get()));
+
+                bool ok = d->result && ctxt->state != XSLT_STATE_ERROR && ctxt->state != XSLT_STATE_STOPPED;
+                if (d->result && ok && !job.output.isEmpty()) {
                     QByteArray outName = QFile::encodeName(job.output);
-                    if (!inside(job.output, job.writeFolders) ||
-                        xsltSaveResultToFilename(outName.constData(), res, style.get(), 0) < 0) {
+                    if (!d->run.mayWrite(job.output) ||
+                        xsltSaveResultToFilename(outName.constData(), d->result.get(), style, 0) < 0) {
                         ok = false;
                         messages += QStringLiteral("The result cannot be written.\n");
                     }
                 }
-                if (res)
-                    xmlFreeDoc(res);
                 r.transformed = ok;
             }
         }
@@ -272,28 +349,46 @@ XsltResult runXsltHere(const XsltJob& job)
     tl_onMessage = previousListener;
     xmlSetGenericErrorFunc(nullptr, nullptr);
     r.messages = messages;
+    r.written = d->run.written;
     return r;
+}
+
+XsltResult runXsltHere(const XsltJob& job)
+{
+    XsltTransform t(job);
+    return t.run();
+}
+
+void runOffThread(const std::function<void()>& work)
+{
+    QCoreApplication* app = QCoreApplication::instance();
+    if (!app || QThread::currentThread() != app->thread()) {
+        std::thread t(work);
+        t.join();
+        return;
+    }
+    // The event loop runs while the worker works; the worker ends it.
+    QEventLoop loop;
+    std::thread t([&] {
+        work();
+        QMetaObject::invokeMethod(&loop, "quit", Qt::QueuedConnection);
+    });
+    loop.exec();
+    t.join();
 }
 
 XsltResult runXslt(const XsltJob& job)
 {
     initOnce();
     XsltResult r;
-    QCoreApplication* app = QCoreApplication::instance();
-    if (!app || QThread::currentThread() != app->thread()) {
-        std::thread t([&] { r = runXsltHere(job); });
-        t.join();
-        return r;
-    }
-    // The event loop runs while the worker transforms; the worker ends it.
-    QEventLoop loop;
-    std::thread t([&] {
-        r = runXsltHere(job);
-        QMetaObject::invokeMethod(&loop, "quit", Qt::QueuedConnection);
-    });
-    loop.exec();
-    t.join();
+    runOffThread([&] { r = runXsltHere(job); });
     return r;
+}
+
+void* xsltJobUserData(xmlXPathParserContextPtr ctxt)
+{
+    RunState* state = stateOf(xsltXPathGetTransformContext(ctxt));
+    return state ? state->job->userData : nullptr;
 }
 
 bool imageSize(const QString& path, int& width, int& height)
