@@ -31,10 +31,17 @@ QString quillaryXsl()
 
 QString docbookLayerXsl(const QString& format)
 {
-    const QString name = format == QLatin1String("PDF") ? QStringLiteral("/docbook-layer.xsl")
-                         : format == QLatin1String("HH") ? QStringLiteral("/docbook-layer-hh.xsl")
-                                                         : QStringLiteral("/docbook-layer-html.xsl");
+    const QString name = format == QLatin1String("PDF")          ? QStringLiteral("/docbook-layer.xsl")
+                         : format == QLatin1String("HH")         ? QStringLiteral("/docbook-layer-hh.xsl")
+                         : format == QLatin1String("HTMLFrames") ? QStringLiteral("/docbook-layer-chunk.xsl")
+                                                                 : QStringLiteral("/docbook-layer-html.xsl");
     return paths::programFolder() + name;
+}
+
+QString partsXsl(bool pages)
+{
+    return paths::programFolder() +
+           (pages ? QStringLiteral("/docbook-parts-pages.xsl") : QStringLiteral("/docbook-parts.xsl"));
 }
 
 QString webhelpXsl()

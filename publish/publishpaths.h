@@ -13,8 +13,9 @@ void setFontConfigurationFile(const QString& path);
 // The installed stylesheets of the program folder.
 QString quillaryXsl();   // xsl/quillary.xsl in the program folder
 QString webhelpXsl();    // the frames stylesheet
+QString partsXsl(bool pages); // renders a share of a book for the chunker
 // Our faster templates over DocBook XSL's for a format of the generated
-// stylesheets ("HH", "PDF", "HTML", "HTMLChunk").
+// stylesheets ("HH", "PDF", "HTML", "HTMLFrames").
 QString docbookLayerXsl(const QString& format);
 QString webhelpImage(const QString& name); // its navigation GIFs
 

@@ -3,7 +3,7 @@
      the HTML formats. Each gives what the template it replaces gives. -->
 <xsl:stylesheet xmlns:xsl="http://www.w3.org/1999/XSL/Transform" version="1.0">
 
-<xsl:import href="docbook-layer-html.xsl"/>
+<xsl:import href="docbook-layer-chunk.xsl"/>
 
 <!-- The keywords of HTML Help: for every term with a secondary, DocBook
      searches the whole book for the same primary term alone (and the same
