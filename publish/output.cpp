@@ -1,6 +1,7 @@
 #include "output.h"
 
 #include "cconfigfile.h"
+#include "chunker.h"
 #include "cproject.h"
 #include "fileio.h"
 #include "fontconfiguration.h"
@@ -21,6 +22,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QRegularExpression>
+#include <QSet>
 
 #include <algorithm>
 #include <exception>
@@ -128,6 +130,36 @@ qint64 physicalMemoryMb()
         if (line.startsWith("MemTotal:"))
             return line.mid(9).trimmed().split(' ').value(0).toLongLong() / 1024;
     return 0;
+}
+
+void makeWritable(const QString& folder)
+{
+    if (!QFileInfo(folder).isDir())
+        return;
+    QDirIterator it(folder, QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
+                    QDirIterator::Subdirectories);
+    while (it.hasNext()) {
+        const QString p = it.next();
+        if (!QFileInfo(p).isSymLink())
+            QFile::setPermissions(p, QFile::permissions(p) | QFile::WriteOwner | QFile::ExeOwner);
+    }
+}
+
+void keepOnly(const QString& folder, const QSet<QString>& keep)
+{
+    const QDir dir(folder);
+    for (const QFileInfo& fi :
+         dir.entryInfoList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot)) {
+        const QString path = QDir::cleanPath(fi.absoluteFilePath());
+        if (keep.contains(path))
+            continue;
+        if (fi.isDir() && !fi.isSymLink()) {
+            keepOnly(path, keep);
+            QDir().rmdir(path); // only when nothing of this run is in it
+        } else {
+            QFile::remove(path);
+        }
+    }
 }
 
 bool removeFolder(const QString& path)
@@ -302,6 +334,31 @@ XsltJob cOutput::secondPass(const QString& writeFolder, const QString& output) c
     return job;
 }
 
+XsltResult cOutput::htmlPass(bool pages, const QString& writeFolder, const QString& output)
+{
+    const XsltJob job = secondPass(writeFolder, output);
+    if (chunker::enabled()) {
+        chunker::Job c;
+        c.layout = pages ? chunker::Layout::Pages : chunker::Layout::Single;
+        c.stylesheet = job.stylesheet;
+        c.driver = tempFolder() + QStringLiteral("/quillary_parts.xsl");
+        c.docbook = job.input;
+        c.folder = writeFolder;
+        c.output = output;
+        c.readFolders = job.readFolders;
+        c.writeFolders = job.writeFolders;
+        c.imageFolder = job.imageFolder;
+        c.params = job.params;
+        OutputLog* log = &m_log;
+        c.progress = [log](int done, int total) { log->progress(done, total); };
+        chunker::Result r;
+        runOffThread([&] { r = chunker::run(c); });
+        if (r.outcome != chunker::Outcome::Unsupported)
+            return {r.outcome == chunker::Outcome::Done, r.messages, r.written};
+    }
+    return runXslt(job);
+}
+
 bool cOutput::makeDocBook(const QString& language, const QString& out, const QString& cover)
 {
     QString xsl = publishpaths::quillaryXsl();
@@ -426,7 +483,7 @@ void cOutput::makeHTMLHelp(const QString& language, bool keepDocBook)
         keepCopy(language);
     writeStylesheet(m_props.GetHHStylesheet());
     logLine(QStringLiteral("XSLT: Transforming DocBook XML to HTML Help source files..."));
-    XsltResult r = runXslt(secondPass(P));
+    XsltResult r = htmlPass(true, P);
     if (!fileExists(P + QStringLiteral("htmlhelp.hhp"))) {
         logLine(QStringLiteral("XSLT: HTML Help source files were not created!!!"), true);
         logTail(r.messages);
@@ -555,7 +612,7 @@ void cOutput::makeHTML(const QString& language, bool keepDocBook)
     writeStylesheet(m_props.GetHTMLStylesheet());
     logLine(QStringLiteral("XSLT: Transforming DocBook XML to HTML file..."));
     const QString target = tempFolder() + QStringLiteral("/quillary.fo");
-    XsltResult r = runXslt(secondPass(tempFolder(), target));
+    XsltResult r = htmlPass(false, tempFolder(), target);
     if (fileExists(target))
         QFile::rename(target, result);
     if (fileExists(result)) {
@@ -591,10 +648,15 @@ void cOutput::makeHTMLFrames(const QString& language, bool keepDocBook)
     QDir().mkpath(P + QStringLiteral("output"));
     const QString relative = QStringLiteral("output/html_frames_") + language;
     const QString folder = P + relative;
-    removeFolder(folder);
+    // The pages of an earlier run are written over rather than deleted and
+    // made anew (a file system may search its freshly freed entries for
+    // every new file); what this run does not write goes at its end.
+    if (!QFileInfo(folder).isDir() || QFileInfo(folder).isSymLink())
+        removeFolder(folder);
+    makeWritable(folder);
     QDir().mkpath(folder);
     logLine(QStringLiteral("XSLT: Transforming DocBook XML to HTML files..."));
-    XsltResult r = runXslt(secondPass(folder));
+    XsltResult r = htmlPass(true, folder);
     if (!fileExists(folder + QStringLiteral("/index.html"))) {
         logLine(QStringLiteral("XSLT: HTML files were not created!!!"), true);
         logTail(r.messages);
@@ -619,6 +681,11 @@ void cOutput::makeHTMLFrames(const QString& language, bool keepDocBook)
             logLine(QStringLiteral("Image \"") + source + QStringLiteral("\" is missing! Incorrect installation."), true);
         }
     }
+    QSet<QString> keep;
+    for (const QString& f : r.written)
+        keep.insert(QDir::cleanPath(f));
+    keep.insert(QDir::cleanPath(folder + QStringLiteral("/img")));
+    keepOnly(folder, keep);
     QString index = folder + QStringLiteral("/index.html");
     logLine(QStringLiteral("OUTPUT: ") + index);
     resultFile = index;
@@ -653,7 +720,11 @@ void cOutput::copyImages(const QString& docBookFile, const QString& outputFolder
         const QString inside = QDir::cleanPath(imgFolder) + QLatin1Char('/');
         const QString A = QStringLiteral("/img/") + language;
         const QString B = QLatin1Char('/') + outputFolder + QStringLiteral("/img/") + language;
+        QSet<QString> copied; // a picture on many pages is copied once
         for (const QString& source : images) {
+            if (copied.contains(source))
+                continue;
+            copied.insert(source);
             // A link in the project may not publish a file from elsewhere, and
             // only regular files are copied (a FIFO would stall the copy).
             if (!fileExists(source) || !source.startsWith(P) || !xmlsafe::liesInside(source, P) ||

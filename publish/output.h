@@ -4,6 +4,7 @@
 // chosen format, all reported through the log.
 #include <QDateTime>
 #include <QString>
+#include <QSet>
 #include <QStringList>
 
 class cProject;
@@ -11,6 +12,7 @@ class cOutputProperties;
 class OutputLog;
 class MsgBox;
 struct XsltJob;
+struct XsltResult;
 
 class cOutput {
 public:
@@ -63,6 +65,9 @@ private:
     // The second transformation: temp's DocBook file through temp's
     // stylesheet, writing into writeFolder (and output, when given).
     XsltJob secondPass(const QString& writeFolder, const QString& output = {}) const;
+    // The second transformation of the HTML formats: by the chunker's
+    // workers, or by DocBook alone for a book the chunker leaves to it.
+    XsltResult htmlPass(bool pages, const QString& writeFolder, const QString& output = {});
     void keepCopy(const QString& language);
     QString bookBase() const;
     QString coverValue(const QString& language, const QString& cover) const;
@@ -81,6 +86,11 @@ bool inlineHhpIncludes(const QString& hhpFile);
 
 // Removes a folder with everything in it; true when it is gone.
 bool removeFolder(const QString& path);
+// Gives the owner write access to everything in a folder.
+void makeWritable(const QString& folder);
+// Removes from a folder every file and folder that is not named in keep
+// (clean absolute paths); a kept folder keeps all it holds.
+void keepOnly(const QString& folder, const QSet<QString>& keep);
 
 // The Java heap for FOP, in MB, for a Formatting Objects file of foBytes on
 // a machine with physicalMb of memory (0: unknown): FOP holds the document's
