@@ -1136,6 +1136,9 @@ Result run(const Job& job)
             result.messages += w.outlineError + QLatin1Char('\n');
     }
     for (Worker& w : workers)
+        if (!w.result.transformed)
+            return result;
+    for (Worker& w : workers)
         if (!w.names.error.isEmpty()) {
             result.outcome = Outcome::Unsupported;
             result.messages = QStringLiteral("The book's pages need ") + w.names.error + QStringLiteral(".");

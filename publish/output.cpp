@@ -353,8 +353,10 @@ XsltResult cOutput::htmlPass(bool pages, const QString& writeFolder, const QStri
         c.progress = [log](int done, int total) { log->progress(done, total); };
         chunker::Result r;
         runOffThread([&] { r = chunker::run(c); });
-        if (r.outcome != chunker::Outcome::Unsupported)
-            return {r.outcome == chunker::Outcome::Done, r.messages, r.written};
+        // Anything the chunker could not do, DocBook alone is asked to do:
+        // it may know the book better; a broken stylesheet fails again.
+        if (r.outcome == chunker::Outcome::Done)
+            return {true, r.messages, r.written};
     }
     return runXslt(job);
 }
@@ -684,7 +686,9 @@ void cOutput::makeHTMLFrames(const QString& language, bool keepDocBook)
     QSet<QString> keep;
     for (const QString& f : r.written)
         keep.insert(QDir::cleanPath(f));
-    keep.insert(QDir::cleanPath(folder + QStringLiteral("/img")));
+    keep.insert(QDir::cleanPath(folder + QStringLiteral("/img/") + language));
+    for (const char* gif : {"chapter_c.gif", "chapter_e.gif", "topic.gif"})
+        keep.insert(QDir::cleanPath(folder + QStringLiteral("/img/") + QString::fromLatin1(gif)));
     keepOnly(folder, keep);
     QString index = folder + QStringLiteral("/index.html");
     logLine(QStringLiteral("OUTPUT: ") + index);

@@ -63,7 +63,9 @@
               <xsl:with-param name="object" select="."/>
             </xsl:call-template>
           </xsl:attribute>
-          <xsl:value-of select="qx:enter(.)"/>
+        </xsl:if>
+        <xsl:value-of select="qx:enter(.)"/>
+        <xsl:if test="$chunk = 1 or $quillary.slots = 1">
           <xsl:if test="$quillary.slots = 0">
             <q:title><xsl:apply-templates select="." mode="object.title.markup"/></q:title>
             <q:text><xsl:apply-templates select="." mode="object.title.markup.textonly"/></q:text>

@@ -1,6 +1,8 @@
 // The four pipelines end to end on the sample, and the clean-up of every
 // failure path.
 #include "cconfigfile.h"
+#include "chunker.h"
+#include "generator.h"
 #include "cproject.h"
 #include "output.h"
 #include "outputlog.h"
@@ -58,6 +60,8 @@ protected:
     {
         paths::setProgramFolder(QString());
         stylesheet::setDocbookFolder(QString());
+        stylesheet::setDocbookLayerEnabled(true);
+        chunker::setEnabled(true);
         publishpaths::setFontConfigurationFile(QString());
     }
 
@@ -76,10 +80,10 @@ protected:
     };
 
     Run run(const QString& format, const QString& lang, bool keep = false,
-            const std::function<void(cOutputProperties&)>& setup = {})
+            const std::function<void(cOutputProperties&)>& setup = {}, const QString& projectFile = {})
     {
         cProject project(box);
-        EXPECT_TRUE(project.Load(qly));
+        EXPECT_TRUE(project.Load(projectFile.isEmpty() ? qly : projectFile));
         cOutputProperties props;
         if (setup)
             setup(props);
@@ -441,10 +445,12 @@ TEST_F(Pipelines, AProjectFolderThatCannotBeWritten)
     EXPECT_EQ(projectEntries(), kAuthorFiles);
 }
 
-// Our templates over DocBook XSL change the time, never the result: every
-// file of the single and the framed HTML is the same with them and without,
-// but for the ids DocBook generates for its own anchors.
-TEST_F(Pipelines, TheFasterTemplatesGiveTheSameOutput)
+// Our templates over DocBook XSL and the chunker's workers change the time,
+// never the result: every file of the single and the framed HTML and every
+// HTML Help source is the one DocBook alone makes, but for the ids DocBook
+// generates for its own anchors. On the sample in both languages and on a
+// generated book with subchapters, pictures, tables, links and keywords.
+TEST_F(Pipelines, TheFasterRunsGiveDocBooksOwnOutput)
 {
     auto filesOf = [](const QString& folder) {
         std::map<QString, QByteArray> out;
@@ -459,40 +465,83 @@ TEST_F(Pipelines, TheFasterTemplatesGiveTheSameOutput)
         }
         return out;
     };
-    std::map<QString, QByteArray> with, without;
-    for (bool layer : {false, true}) {
-        stylesheet::setDocbookLayerEnabled(layer);
-        QDir(P + "output").removeRecursively();
-        Run html = run(cOutput::kHTML, "en");
-        Run frames = run(cOutput::kHTMLChunk, "de");
-        EXPECT_FALSE(html.red || frames.red) << html.log.toStdString() << frames.log.toStdString();
-        (layer ? with : without) = filesOf(P + "output");
-    }
-    stylesheet::setDocbookLayerEnabled(true);
-    ASSERT_GT(without.size(), 10u);
-    EXPECT_EQ(with.size(), without.size());
-    for (const auto& [name, bytes] : without)
-        EXPECT_TRUE(with.count(name) && with.at(name) == bytes) << name.toStdString();
-    // The chapters are numbered as DocBook numbers them.
-    EXPECT_TRUE(QString::fromLatin1(with.at("html/book_en.html")).contains("2.1. Tables"));
+    GeneratorOptions options;
+    options.chapters = 3;
+    options.topicsPerChapter = 12;
+    options.topicsPerSub = 5;
+    options.languages = 1;
+    const QString generated = generateProject(dir.file("gen"), "gen", options);
+    const QString genFolder = dir.file("gen") + "/gen/";
+    const QString sampleFolderPath = P;
+    struct Book {
+        QString project;
+        QString folder;
+        QString lang;
+    };
+    const Book books[] = {{qly, sampleFolderPath, "en"}, {qly, sampleFolderPath, "de"}, {generated, genFolder, "en"}};
 
-    // HTML Help: the sources, as a compiler that keeps a copy receives them.
-    for (bool layer : {false, true}) {
-        stylesheet::setDocbookLayerEnabled(layer);
-        const QString capture = dir.file(layer ? "hh-with" : "hh-without");
+    auto publishAll = [&](const Book& b, bool fast, const QString& capture) {
+        stylesheet::setDocbookLayerEnabled(fast);
+        chunker::setEnabled(fast);
+        QDir(b.folder + "output").removeRecursively();
+        Run html = run(cOutput::kHTML, b.lang, false, {}, b.project);
+        Run frames = run(cOutput::kHTMLChunk, b.lang, false, {}, b.project);
+        EXPECT_FALSE(html.red || frames.red) << html.log.toStdString() << frames.log.toStdString();
         makeExecutable(dir.file("copyinghhc"),
                        ("#!/bin/sh\nfor a in \"$@\"; do case \"$a\" in *.hhp) src=$(dirname \"$a\");; esac; done\n"
-                        "mkdir -p '" + capture + "'\ncp \"$src\"/*.html \"$src\"/*.hhc \"$src\"/*.hhk '" + capture +
-                        "'/\n").toUtf8());
+                        "mkdir -p '" + capture + "'\ncp \"$src\"/*.html \"$src\"/*.hhc \"$src\"/*.hhk \"$src\"/*.hhp '" +
+                        capture + "'/\n").toUtf8());
         setCompiler(dir.file("copyinghhc"));
-        run(cOutput::kHTMLHelp, "en");
-        (layer ? with : without) = filesOf(capture);
+        run(cOutput::kHTMLHelp, b.lang, false, {}, b.project);
+        std::map<QString, QByteArray> files = filesOf(b.folder + "output");
+        for (const auto& [name, bytes] : filesOf(capture))
+            files["hh/" + name] = bytes;
+        return files;
+    };
+    int n = 0;
+    for (const Book& b : books) {
+        SCOPED_TRACE(b.project.toStdString() + " " + b.lang.toStdString());
+        const std::map<QString, QByteArray> alone = publishAll(b, false, dir.file(QString("alone%1").arg(n)));
+        const std::map<QString, QByteArray> fast = publishAll(b, true, dir.file(QString("fast%1").arg(n)));
+        // The chapters are numbered as DocBook numbers them.
+        if (n == 0) {
+            EXPECT_TRUE(fast.at("html/book_en.html").contains("2.1. Tables"));
+        }
+        ++n;
+        ASSERT_GT(alone.size(), 10u);
+        EXPECT_EQ(fast.size(), alone.size());
+        for (const auto& [name, bytes] : alone)
+            EXPECT_TRUE(fast.count(name) && fast.at(name) == bytes) << name.toStdString();
+        // Nothing of the runs is left in the project folder.
+        EXPECT_FALSE(QDir(b.folder).entryList({"*.html", "*.hh?", "temp"}).size()) << b.folder.toStdString();
     }
-    stylesheet::setDocbookLayerEnabled(true);
-    ASSERT_GT(without.size(), 5u);
-    EXPECT_EQ(with.size(), without.size());
-    for (const auto& [name, bytes] : without)
-        EXPECT_TRUE(with.count(name) && with.at(name) == bytes) << name.toStdString();
+}
+
+// A frames folder keeps only the files of its last run, also when the
+// pages of an earlier run are written over in place.
+TEST_F(Pipelines, AFramesFolderHoldsOnlyItsLastRun)
+{
+    const QString folder = P + "output/html_frames_en";
+    Run first = run(cOutput::kHTMLChunk, "en");
+    ASSERT_FALSE(first.red) << first.log.toStdString();
+    const QStringList pages = QDir(folder).entryList(QDir::Files);
+    writeBytes(folder + "/ch99.html", "stale");
+    QDir().mkpath(folder + "/old/deeper");
+    writeBytes(folder + "/old/deeper/x.html", "stale");
+    writeBytes(folder + "/img/stale.png", "stale");
+    // A page left read-only is written over all the same.
+    QFile::setPermissions(folder + "/ch01.html", QFile::ReadOwner);
+    const QByteArray before = readBytes(folder + "/ch01.html");
+    writeBytes(folder + "/main.html", "damaged");
+
+    Run second = run(cOutput::kHTMLChunk, "en");
+    ASSERT_FALSE(second.red) << second.log.toStdString();
+    EXPECT_EQ(QDir(folder).entryList(QDir::Files), pages);
+    EXPECT_FALSE(QFileInfo::exists(folder + "/old"));
+    EXPECT_FALSE(QFileInfo::exists(folder + "/img/stale.png"));
+    EXPECT_TRUE(QFileInfo::exists(folder + "/img/topic.gif"));
+    EXPECT_EQ(readBytes(folder + "/ch01.html"), before);
+    EXPECT_TRUE(readBytes(folder + "/main.html").startsWith("<html>"));
 }
 
 // FOP's heap follows the book, within the machine; a heap that runs out is
