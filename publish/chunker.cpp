@@ -1074,7 +1074,9 @@ Result run(const Job& job)
         return result;
     }
 
-    int count = job.workers > 0 ? job.workers : int(std::thread::hardware_concurrency());
+    // Each worker holds the book and its parts: beyond four the memory grows
+    // faster than the time falls.
+    int count = job.workers > 0 ? job.workers : std::min(4, int(std::thread::hardware_concurrency()));
     const std::vector<int> bounds = shares(o, std::clamp(count, 1, 16), job.layout);
     count = int(bounds.size()) - 1;
 
