@@ -8,6 +8,12 @@
 #include "topicdtd.h"
 #include "xmlsafety.h"
 
+#include <libxml/parser.h>
+#include <libxml/valid.h>
+
+#include <cstring>
+#include <memory>
+
 namespace {
 
 const xmlChar* X(const char* s)
@@ -138,6 +144,43 @@ bool validateTopic(const QString& topicXml, QString& message)
               QStringLiteral("...") + errorWindow(text, error.line, error.column) +
               QStringLiteral("...") + crlf + error.message;
     return false;
+}
+
+namespace {
+struct DtdDeleter {
+    void operator()(xmlDtd* d) const { xmlFreeDtd(d); }
+};
+void ignoreValidity(void*, const char*, ...) {}
+void ignoreStructured(void*, xmlErrorPtr) {}
+} // namespace
+
+bool topicElementIsValid(const xmlNode* topic)
+{
+    if (!topic)
+        return false;
+    // One DTD for each thread: validation builds its content models lazily.
+    thread_local std::unique_ptr<xmlDtd, DtdDeleter> dtd([] {
+        xmlParserInputBufferPtr in =
+            xmlParserInputBufferCreateMem(kTopicDTD, int(std::strlen(kTopicDTD)), XML_CHAR_ENCODING_UTF8);
+        return in ? xmlIOParseDTD(nullptr, in, XML_CHAR_ENCODING_UTF8) : nullptr;
+    }());
+    if (!dtd)
+        return false;
+    xmlsafe::DocPtr doc(xmlNewDoc(X("1.0")));
+    xmlDocSetRootElement(doc.get(), xmlDocCopyNode(const_cast<xmlNode*>(topic), doc.get(), 1));
+    std::unique_ptr<xmlValidCtxt, void (*)(xmlValidCtxtPtr)> v(xmlNewValidCtxt(), xmlFreeValidCtxt);
+    if (!v)
+        return false;
+    v->error = ignoreValidity;
+    v->warning = ignoreValidity;
+    // Nobody else's error capture hears of this trial.
+    xmlStructuredErrorFunc previous = xmlStructuredError;
+    void* previousContext = xmlStructuredErrorContext;
+    xmlSetStructuredErrorFunc(nullptr, ignoreStructured);
+    const bool valid = xmlValidateDtd(v.get(), doc.get(), dtd.get()) == 1;
+    xmlSetStructuredErrorFunc(previousContext, previous);
+    if (!valid && getenv("QDEBUGV")) { xmlDocDump(stderr, doc.get()); }
+    return valid;
 }
 
 QString mergeTopic(const QString& storedXml, const QString& newXml, const QString& language)

@@ -35,6 +35,9 @@ QString bodyHTMLToTopic(const QString& bodyHtml, const QString& baseURL, const c
 // On failure, message is the complete text of the box, as
 // "Topic is not valid! Please rewrite or delete problem part." ...
 bool validateTopic(const QString& topicXml, QString& message);
+// The same judgement on a topic element in memory, without writing and
+// reading it again: true when it is valid (say why with validateTopic).
+bool topicElementIsValid(const xmlNode* topic);
 
 // Save step 9: merges the new single-language topic into the stored topic of
 // all languages: this language's title and onelang are replaced, the state

@@ -9,21 +9,30 @@
 #include "msgbox.h"
 #include "paths.h"
 #include "progress.h"
+#include "projectlock.h"
 #include "sax.h"
 #include "topicconvert.h"
 #include "topicfilter.h"
 #include "xmlsafety.h"
 
+#include <QFile>
 #include <QFileInfo>
 #include <QHash>
 #include <QRegularExpression>
 #include <QSet>
 
+#include <libxml/parser.h>
 #include <libxml/xmlreader.h>
 #include <libxml/xmlwriter.h>
 
 #include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <cstring>
 #include <functional>
+#include <mutex>
+#include <thread>
 #include <vector>
 
 namespace exchange {
@@ -331,7 +340,29 @@ public:
     {
         if (m_w)
             xmlFreeTextWriter(m_w);
+        if (m_memory)
+            xmlBufferFree(m_memory);
     }
+    // Writes into memory: one chapter's part of the file, put in by raw().
+    bool openMemory()
+    {
+        m_memory = xmlBufferCreate();
+        m_w = m_memory ? xmlNewTextWriterMemory(m_memory, 0) : nullptr;
+        return m_w != nullptr;
+    }
+    // What openMemory's writer wrote; false after a failure.
+    bool takeMemory(QByteArray& out)
+    {
+        if (m_w)
+            check(xmlTextWriterFlush(m_w));
+        xmlFreeTextWriter(m_w);
+        m_w = nullptr;
+        out = QByteArray(reinterpret_cast<const char*>(xmlBufferContent(m_memory)), xmlBufferLength(m_memory));
+        xmlBufferFree(m_memory);
+        m_memory = nullptr;
+        return !m_failed;
+    }
+    void raw(const QByteArray& bytes) { check(xmlTextWriterWriteRawLen(m_w, X(bytes.constData()), bytes.size())); }
     bool open(const QString& target, QString* error)
     {
         if (!m_file.open(target, error))
@@ -428,6 +459,7 @@ private:
     }
     fileio::AtomicFileWriter m_file;
     xmlTextWriterPtr m_w = nullptr;
+    xmlBufferPtr m_memory = nullptr;
     bool m_failed = false;
 };
 
@@ -462,7 +494,19 @@ public:
     Writer w;
     QString main, lang, lockId, projectName;
     XliffExportSummary s;
-    QStringList path;
+
+    // The titles from the book down to the group being written: every
+    // unit's note (joined once for each group, not for each unit).
+    void enter(const QString& title)
+    {
+        m_path << title;
+        m_note = m_path.join(QStringLiteral(" > "));
+    }
+    void leave()
+    {
+        m_path.removeLast();
+        m_note = m_path.join(QStringLiteral(" > "));
+    }
 
     void fileStart(const QString& original)
     {
@@ -523,7 +567,7 @@ public:
     void unitEnd()
     {
         w.start("note");
-        w.text(path.join(QStringLiteral(" > ")));
+        w.text(m_note);
         w.end();
         w.end();
         w.newline();
@@ -603,7 +647,7 @@ public:
         xmlNode* mainOne = childInLanguage(t, "onelang", main);
         xmlNode* langOne = childInLanguage(t, "onelang", lang);
         const QString titleText = mainTitle ? xmlsafe::nodeText(mainTitle) : QString();
-        path << titleText;
+        enter(titleText);
         const char* state =
             langTitle && xmlsafe::attr(langTitle, "state") == QLatin1String("complete") ? kTranslated : kNeedsReview;
         groupStart(id, "x-topic");
@@ -619,7 +663,7 @@ public:
                     bodyUnit(u, mainOne, same ? langOne : nullptr, state);
         }
         groupEnd();
-        path.removeLast();
+        leave();
         ++s.topics;
     }
 
@@ -629,7 +673,7 @@ public:
         xmlNode* mainTitle = childInLanguage(e, "title", main);
         xmlNode* langTitle = childInLanguage(e, "title", lang);
         const QString titleText = mainTitle ? xmlsafe::nodeText(mainTitle) : QString();
-        path << titleText;
+        enter(titleText);
         groupStart(id, restype);
         if (hasWords(titleText))
             titleUnit(id + QStringLiteral(".title"), titleText, langTitle ? xmlsafe::nodeText(langTitle) : QString(),
@@ -641,8 +685,12 @@ public:
                 section(c, xmlsafe::attr(c, "id"), "x-subchapter");
         });
         groupEnd();
-        path.removeLast();
+        leave();
     }
+
+private:
+    QStringList m_path;
+    QString m_note;
 };
 
 QString refusedIntro(const QString& file)
@@ -652,198 +700,381 @@ QString refusedIntro(const QString& file)
 
 // ---- reading ---------------------------------------------------------------
 
-bool isXliff(xmlNode* n, const char* name)
-{
-    return named(n, name) && n->ns && xmlStrEqual(n->ns->href, X("urn:oasis:names:tc:xliff:document:1.2"));
-}
+// A target as the file gives it: a flat run of text and codes in document
+// order (a g element as its opening and closing), for the rebuild to read.
+struct TargetToken {
+    enum Kind : unsigned char { Text, Open, Close, Empty, Nbsp, Foreign };
+    Kind kind = Text;
+    int id = 0;
+    QString text; // Text: the text; otherwise the element's name
+};
+using Target = std::vector<TargetToken>;
 
 struct FileUnit {
-    xmlNode* target = nullptr; // null when there is none, or it is empty
+    Target target;
+    bool hasTarget = false; // false when there is none, or it is empty
     int order = 0;
-    bool known = false;
 };
 
 struct XliffFile {
-    xmlsafe::DocPtr doc;
     QString source, target, lock;
     QHash<QString, FileUnit> units;
     QStringList order;
     int topics = 0;
+    // Whether the project has each unit's text, by the unit's order; set by
+    // the chapters' workers.
+    std::unique_ptr<std::atomic<bool>[]> known;
+
+    const FileUnit* find(const QString& id) const
+    {
+        auto it = units.constFind(id);
+        return it == units.constEnd() ? nullptr : &*it;
+    }
+    void markKnown(const FileUnit* u) const { known[size_t(u->order)] = true; }
 };
 
-bool emptyTarget(xmlNode* t)
-{
-    for (xmlNode* c = t->children; c; c = c->next) {
-        if (c->type == XML_ELEMENT_NODE)
-            return false;
-        if ((c->type == XML_TEXT_NODE || c->type == XML_CDATA_SECTION_NODE) && hasWords(xmlsafe::qs(c->content)))
-            return false;
-    }
-    return true;
-}
+// Reads the file as a stream of SAX events: of a large file only the
+// targets are kept, each as its run of text and codes.
+class XliffReader {
+public:
+    XliffReader(XliffFile& f, QString& why) : f(f), why(why) {}
 
-// The lock a file's header carries; false when it has none.
-bool headerLock(xmlNode* header, QString& lock)
-{
-    bool found = false;
-    for (xmlNode* g = header->children; g; g = g->next)
-        if (isXliff(g, "prop-group") && xmlsafe::attr(g, "name") == QLatin1String("quillary"))
-            for (xmlNode* p = g->children; p; p = p->next)
-                if (isXliff(p, "prop") && xmlsafe::attr(p, "prop-type") == QLatin1String("lock")) {
-                    lock = xmlsafe::nodeText(p).trimmed();
-                    found = true;
-                }
-    return found;
-}
-
-void firstReaderError(void* ctx, const xmlError* error)
-{
-    auto* e = static_cast<xmlsafe::XmlError*>(ctx);
-    if (e->present || !error || error->level < XML_ERR_ERROR)
-        return;
-    e->present = true;
-    e->line = error->line;
-    e->message = QString::fromUtf8(error->message ? error->message : "").trimmed();
-}
-
-// Reads the file as a stream: of a large file only the targets are kept,
-// copied into a document of their own.
-bool readXliff(const QString& path, XliffFile& f, QString& why)
-{
-    xmlsafe::EntityScope none(QStringList{});
-    f.doc.reset(xmlNewDoc(X("1.0")));
-    xmlNode* holder = xmlNewDocNode(f.doc.get(), nullptr, X("targets"), nullptr);
-    xmlDocSetRootElement(f.doc.get(), holder);
-    std::unique_ptr<xmlTextReader, void (*)(xmlTextReaderPtr)> reader(
-        xmlReaderForFile(QFile::encodeName(path).constData(), nullptr, xmlsafe::kBaseOptions), xmlFreeTextReader);
-    xmlsafe::XmlError error;
-    if (!reader) {
-        why = QStringLiteral("It cannot be read: Cannot read file \"%1\".").arg(path);
-        return false;
-    }
-    xmlTextReaderSetStructuredErrorHandler(
-        reader.get(), [](void* ctx, xmlErrorPtr e) { firstReaderError(ctx, e); }, &error);
-    xmlTextReaderPtr r = reader.get();
-    auto here = [r](const char* name) {
-        const xmlChar* uri = xmlTextReaderConstNamespaceUri(r);
-        return xmlStrEqual(xmlTextReaderConstLocalName(r), X(name)) && uri &&
-               xmlStrEqual(uri, X("urn:oasis:names:tc:xliff:document:1.2"));
-    };
-    auto attribute = [r](const char* name) {
-        xmlChar* v = xmlTextReaderGetAttribute(r, X(name));
-        const QString out = v ? xmlsafe::qs(v) : QString();
-        xmlFree(v);
-        return out;
-    };
-
-    bool root = false, first = true, inFile = false, fileChecked = false, hasLock = false;
-    QString source, target, original, lock;
-    // A file's languages and lock, before its units are taken.
-    auto checkFile = [&]() {
-        fileChecked = true;
-        if (!hasLock) {
-            why = QStringLiteral("Its file \"%1\" was not written by Quillary Author for this project.").arg(original);
+    bool read(const QString& path)
+    {
+        QString reason;
+        const int fd = xmlsafe::openRegularFile(path, &reason);
+        if (fd < 0) {
+            why = QStringLiteral("It cannot be read: Cannot read file \"%1\".").arg(path);
             return false;
         }
-        if (first) {
-            f.source = source;
-            f.target = target;
-            f.lock = lock;
-            first = false;
-        } else if (source != f.source || target != f.target || lock != f.lock) {
+        QFile in;
+        in.open(fd, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle);
+        xmlSAXHandler sax;
+        std::memset(&sax, 0, sizeof sax);
+        sax.initialized = XML_SAX2_MAGIC;
+        sax.startElementNs = onStart;
+        sax.endElementNs = onEnd;
+        sax.characters = onText;
+        sax.cdataBlock = onText;
+        sax.serror = onError;
+        xmlsafe::EntityScope none(QStringList{});
+        const QByteArray name = QFile::encodeName(path);
+        std::unique_ptr<xmlParserCtxt, void (*)(xmlParserCtxtPtr)> ctxt(
+            xmlCreatePushParserCtxt(&sax, this, nullptr, 0, name.constData()), xmlFreeParserCtxt);
+        if (!ctxt) {
+            why = QStringLiteral("It cannot be read: Cannot read file \"%1\".").arg(path);
+            return false;
+        }
+        xmlCtxtUseOptions(ctxt.get(), xmlsafe::kBaseOptions);
+        m_ctxt = ctxt.get();
+        QByteArray chunk(1 << 16, Qt::Uninitialized);
+        for (;;) {
+            const qint64 n = in.read(chunk.data(), chunk.size());
+            if (n < 0) {
+                m_error.present = true;
+                m_error.message = QStringLiteral("Cannot read file \"%1\".").arg(path);
+                break;
+            }
+            if (xmlParseChunk(ctxt.get(), chunk.constData(), int(n), n == 0) != 0 || n == 0 || m_stopped)
+                break;
+        }
+        if (!why.isEmpty())
+            return false;
+        if (m_error.present || !ctxt->wellFormed || !m_root) {
+            why = QStringLiteral("It cannot be read: ") +
+                  (m_error.message.isEmpty() ? QStringLiteral("Cannot read file \"%1\".").arg(path) : m_error.message) +
+                  (m_error.line > 0 ? QStringLiteral(" (line %1)").arg(m_error.line) : QString());
+            return false;
+        }
+        if (m_first) {
+            why = QStringLiteral("It holds no file element.");
+            return false;
+        }
+        return true;
+    }
+
+private:
+    XliffFile& f;
+    QString& why;
+    xmlParserCtxtPtr m_ctxt = nullptr;
+    xmlsafe::XmlError m_error;
+    bool m_stopped = false;
+    bool m_root = false, m_first = true, m_inFile = false, m_fileChecked = false, m_hasLock = false;
+    QString m_source, m_target, m_original, m_lock;
+    // Depth below the root: 1 file, 2 header/body, ...
+    int m_depth = 0;
+    int m_headerDepth = -1, m_groupDepth = -1, m_lockDepth = -1;
+    QString m_lockText;
+    // The unit being read.
+    int m_unitDepth = -1;
+    QString m_unitId;
+    FileUnit m_unit;
+    // Inside a target: its depth, the depth of an element whose content does
+    // not count (a code's own text), text not yet taken, and what makes a
+    // target more than empty.
+    int m_targetDepth = -1, m_opaqueDepth = -1;
+    Target m_tokens;
+    QString m_text;
+    bool m_anyElement = false, m_words = false;
+
+    static XliffReader* self(void* ctx) { return static_cast<XliffReader*>(ctx); }
+
+    void stop()
+    {
+        m_stopped = true;
+        xmlStopParser(m_ctxt);
+    }
+    static bool xliff(const xmlChar* uri)
+    {
+        return uri && xmlStrEqual(uri, X("urn:oasis:names:tc:xliff:document:1.2"));
+    }
+    static QString attribute(const xmlChar** attrs, int count, const char* name)
+    {
+        for (int i = 0; i < count; ++i) {
+            const xmlChar** a = attrs + 5 * i; // localname, prefix, URI, value, end
+            if (!a[2] && xmlStrEqual(a[0], X(name)))
+                return QString::fromUtf8(reinterpret_cast<const char*>(a[3]), int(a[4] - a[3]));
+        }
+        return {};
+    }
+
+    // A file's languages and lock, before its units are taken.
+    bool checkFile()
+    {
+        m_fileChecked = true;
+        if (!m_hasLock) {
+            why = QStringLiteral("Its file \"%1\" was not written by Quillary Author for this project.").arg(m_original);
+            return false;
+        }
+        if (m_first) {
+            f.source = m_source;
+            f.target = m_target;
+            f.lock = m_lock;
+            m_first = false;
+        } else if (m_source != f.source || m_target != f.target || m_lock != f.lock) {
             why = QStringLiteral("Its parts are for different languages or exports.");
             return false;
         }
         return true;
-    };
+    }
 
-    int ret = xmlTextReaderRead(r);
-    while (ret == 1 && why.isEmpty()) {
-        const int type = xmlTextReaderNodeType(r);
-        bool skip = false;
-        if (type == XML_READER_TYPE_ELEMENT && !root) {
-            root = true;
-            if (!here("xliff") || attribute("version") != QLatin1String("1.2")) {
-                why = QStringLiteral("It is not an XLIFF 1.2 file.");
-                return false;
-            }
-        } else if (type == XML_READER_TYPE_ELEMENT && here("file")) {
-            inFile = true;
-            fileChecked = hasLock = false;
-            source = attribute("source-language");
-            target = attribute("target-language");
-            original = attribute("original");
-            lock.clear();
-            if (xmlTextReaderIsEmptyElement(r) && !checkFile())
-                return false;
-        } else if (type == XML_READER_TYPE_ELEMENT && inFile && here("header")) {
-            if (xmlNode* h = xmlTextReaderExpand(r))
-                hasLock = headerLock(h, lock) || hasLock;
-            skip = true;
-        } else if (type == XML_READER_TYPE_ELEMENT && inFile && here("body")) {
-            if (!fileChecked && !checkFile())
-                return false;
-        } else if (type == XML_READER_TYPE_ELEMENT && inFile && here("group")) {
-            if (attribute("restype") == QLatin1String("x-topic"))
-                ++f.topics;
-        } else if (type == XML_READER_TYPE_ELEMENT && inFile && here("trans-unit")) {
-            if (!fileChecked && !checkFile())
-                return false;
-            const QString id = attribute("id");
-            if (id.isEmpty() || f.units.contains(id)) {
-                why = id.isEmpty() ? QStringLiteral("A unit has no id.")
-                                   : QStringLiteral("The unit \"%1\" appears twice.").arg(id);
-                return false;
-            }
-            FileUnit u;
-            u.order = int(f.order.size());
-            if (xmlNode* unit = xmlTextReaderExpand(r)) {
-                for (xmlNode* k = unit->children; k; k = k->next) {
-                    if (isXliff(k, "target") && !emptyTarget(k)) {
-                        xmlNode* copy = xmlDocCopyNode(k, f.doc.get(), 1);
-                        xmlAddChild(holder, copy);
-                        u.target = copy;
-                    }
-                }
-            }
-            f.units.insert(id, u);
-            f.order << id;
-            skip = true;
-        } else if (type == XML_READER_TYPE_END_ELEMENT && here("file")) {
-            inFile = false;
-            if (!fileChecked && !checkFile())
-                return false;
+    void flushText()
+    {
+        if (m_text.isEmpty())
+            return;
+        m_tokens.push_back({TargetToken::Text, 0, m_text});
+        m_text.clear();
+    }
+
+    void targetStart(const xmlChar* local, const xmlChar* uri, const xmlChar** attrs, int count)
+    {
+        if (m_depth == m_targetDepth + 1)
+            m_anyElement = true;
+        if (m_opaqueDepth >= 0)
+            return;
+        flushText();
+        const QString name = xmlsafe::qs(local);
+        const int id = attribute(attrs, count, "id").toInt();
+        if (xliff(uri) && name == QLatin1String("g")) {
+            m_tokens.push_back({TargetToken::Open, id, name});
+            return;
         }
-        ret = skip ? xmlTextReaderNext(r) : xmlTextReaderRead(r);
+        if (xliff(uri) && name == QLatin1String("mrk"))
+            return; // its text counts as the target's, apart from the text around it
+        if (xliff(uri) && name == QLatin1String("bpt"))
+            m_tokens.push_back({TargetToken::Open, id, name});
+        else if (xliff(uri) && name == QLatin1String("ept"))
+            m_tokens.push_back({TargetToken::Close, id, name});
+        else if (xliff(uri) && name == QLatin1String("ph") &&
+                 attribute(attrs, count, "ctype") == QLatin1String("x-nbsp"))
+            m_tokens.push_back({TargetToken::Nbsp, 0, name});
+        else if (xliff(uri) && (name == QLatin1String("x") || name == QLatin1String("ph")))
+            m_tokens.push_back({TargetToken::Empty, id, name});
+        else
+            m_tokens.push_back({TargetToken::Foreign, 0, name});
+        m_opaqueDepth = m_depth;
     }
-    if (!why.isEmpty())
-        return false;
-    if (ret < 0 || error.present || !root) {
-        why = QStringLiteral("It cannot be read: ") +
-              (error.message.isEmpty() ? QStringLiteral("Cannot read file \"%1\".").arg(path) : error.message) +
-              (error.line > 0 ? QStringLiteral(" (line %1)").arg(error.line) : QString());
-        return false;
+
+    void targetEnd(const xmlChar* local, const xmlChar* uri)
+    {
+        if (m_opaqueDepth >= 0) {
+            if (m_depth == m_opaqueDepth)
+                m_opaqueDepth = -1;
+            return;
+        }
+        flushText();
+        if (xliff(uri) && xmlStrEqual(local, X("g")))
+            m_tokens.push_back({TargetToken::Close, m_tokens.empty() ? 0 : openId(), QStringLiteral("g")});
     }
-    if (first) {
-        why = QStringLiteral("It holds no file element.");
-        return false;
+
+    // The id of the innermost g still open.
+    int openId() const
+    {
+        int depth = 0;
+        for (auto it = m_tokens.rbegin(); it != m_tokens.rend(); ++it) {
+            if (it->text != QLatin1String("g"))
+                continue;
+            if (it->kind == TargetToken::Close)
+                ++depth;
+            else if (it->kind == TargetToken::Open && depth-- == 0)
+                return it->id;
+        }
+        return 0;
     }
-    return true;
+
+    static void onStart(void* ctx, const xmlChar* local, const xmlChar*, const xmlChar* uri, int, const xmlChar**,
+                        int count, int, const xmlChar** attrs)
+    {
+        XliffReader* r = self(ctx);
+        if (r->m_stopped)
+            return;
+        ++r->m_depth;
+        if (r->m_targetDepth >= 0) {
+            r->targetStart(local, uri, attrs, count);
+            return;
+        }
+        auto here = [&](const char* name) { return xliff(uri) && xmlStrEqual(local, X(name)); };
+        if (!r->m_root) {
+            r->m_root = true;
+            if (!here("xliff") || attribute(attrs, count, "version") != QLatin1String("1.2")) {
+                r->why = QStringLiteral("It is not an XLIFF 1.2 file.");
+                r->stop();
+            }
+            return;
+        }
+        if (here("file")) {
+            r->m_inFile = true;
+            r->m_fileChecked = r->m_hasLock = false;
+            r->m_source = attribute(attrs, count, "source-language");
+            r->m_target = attribute(attrs, count, "target-language");
+            r->m_original = attribute(attrs, count, "original");
+            r->m_lock.clear();
+        } else if (r->m_inFile && here("header") && r->m_headerDepth < 0) {
+            r->m_headerDepth = r->m_depth;
+        } else if (r->m_headerDepth >= 0 && here("prop-group") && r->m_depth == r->m_headerDepth + 1 &&
+                   attribute(attrs, count, "name") == QLatin1String("quillary")) {
+            r->m_groupDepth = r->m_depth;
+        } else if (r->m_groupDepth >= 0 && here("prop") && r->m_depth == r->m_groupDepth + 1 &&
+                   attribute(attrs, count, "prop-type") == QLatin1String("lock")) {
+            r->m_lockDepth = r->m_depth;
+            r->m_lockText.clear();
+        } else if (r->m_headerDepth >= 0) {
+            // the rest of the header is not ours
+        } else if (r->m_inFile && here("body")) {
+            if (!r->m_fileChecked && !r->checkFile())
+                r->stop();
+        } else if (r->m_inFile && here("group")) {
+            if (attribute(attrs, count, "restype") == QLatin1String("x-topic"))
+                ++r->f.topics;
+        } else if (r->m_inFile && here("trans-unit") && r->m_unitDepth < 0) {
+            if (!r->m_fileChecked && !r->checkFile()) {
+                r->stop();
+                return;
+            }
+            r->m_unitId = attribute(attrs, count, "id");
+            if (r->m_unitId.isEmpty() || r->f.units.contains(r->m_unitId)) {
+                r->why = r->m_unitId.isEmpty() ? QStringLiteral("A unit has no id.")
+                                               : QStringLiteral("The unit \"%1\" appears twice.").arg(r->m_unitId);
+                r->stop();
+                return;
+            }
+            r->m_unitDepth = r->m_depth;
+            r->m_unit = FileUnit{};
+            r->m_unit.order = int(r->f.order.size());
+        } else if (r->m_unitDepth >= 0 && r->m_depth == r->m_unitDepth + 1 && here("target")) {
+            r->m_targetDepth = r->m_depth;
+            r->m_tokens.clear();
+            r->m_text.clear();
+            r->m_anyElement = r->m_words = false;
+        }
+    }
+
+    static void onEnd(void* ctx, const xmlChar* local, const xmlChar*, const xmlChar* uri)
+    {
+        XliffReader* r = self(ctx);
+        if (r->m_stopped)
+            return;
+        const int depth = r->m_depth--;
+        if (r->m_targetDepth >= 0) {
+            if (depth > r->m_targetDepth) {
+                ++r->m_depth;
+                r->targetEnd(local, uri);
+                --r->m_depth;
+                return;
+            }
+            r->flushText();
+            r->m_targetDepth = -1;
+            // An empty target (no element, no words) is none.
+            if (r->m_anyElement || r->m_words) {
+                r->m_unit.target = std::move(r->m_tokens);
+                r->m_unit.hasTarget = true;
+            }
+            r->m_tokens.clear();
+            return;
+        }
+        if (depth == r->m_unitDepth) {
+            r->m_unitDepth = -1;
+            r->f.units.insert(r->m_unitId, std::move(r->m_unit));
+            r->f.order << r->m_unitId;
+        } else if (depth == r->m_lockDepth) {
+            r->m_lockDepth = -1;
+            r->m_lock = r->m_lockText.trimmed();
+            r->m_hasLock = true;
+        } else if (depth == r->m_groupDepth) {
+            r->m_groupDepth = -1;
+        } else if (depth == r->m_headerDepth) {
+            r->m_headerDepth = -1;
+        } else if (xliff(uri) && xmlStrEqual(local, X("file")) && depth == 2) {
+            r->m_inFile = false;
+            if (!r->m_fileChecked && !r->checkFile())
+                r->stop();
+        }
+    }
+
+    static void onText(void* ctx, const xmlChar* text, int length)
+    {
+        XliffReader* r = self(ctx);
+        if (r->m_stopped)
+            return;
+        if (r->m_lockDepth >= 0 && r->m_depth == r->m_lockDepth) {
+            r->m_lockText += QString::fromUtf8(reinterpret_cast<const char*>(text), length);
+            return;
+        }
+        if (r->m_targetDepth < 0 || r->m_opaqueDepth >= 0)
+            return;
+        const QString piece = QString::fromUtf8(reinterpret_cast<const char*>(text), length);
+        if (r->m_depth == r->m_targetDepth && !r->m_words && hasWords(piece))
+            r->m_words = true;
+        r->m_text += piece;
+    }
+
+    static void onError(void* ctx, xmlErrorPtr error)
+    {
+        XliffReader* r = self(ctx);
+        if (r->m_error.present || !error || error->level < XML_ERR_ERROR)
+            return;
+        r->m_error.present = true;
+        r->m_error.line = error->line;
+        r->m_error.message = QString::fromUtf8(error->message ? error->message : "").trimmed();
+    }
+};
+
+bool readXliff(const QString& path, XliffFile& f, QString& why)
+{
+    XliffReader reader(f, why);
+    return reader.read(path);
 }
 
 // A title's target as text: only non-breaking spaces may be codes.
-bool plainText(xmlNode* parent, QString& out, QString& why)
+bool plainText(const Target& target, QString& out, QString& why)
 {
-    for (xmlNode* c = parent->children; c; c = c->next) {
-        if (c->type == XML_TEXT_NODE || c->type == XML_CDATA_SECTION_NODE) {
-            out += xmlsafe::qs(c->content);
-        } else if (isXliff(c, "mrk")) {
-            if (!plainText(c, out, why))
-                return false;
-        } else if (isXliff(c, "ph") && xmlsafe::attr(c, "ctype") == QLatin1String("x-nbsp")) {
+    for (const TargetToken& t : target) {
+        if (t.kind == TargetToken::Text) {
+            out += t.text;
+        } else if (t.kind == TargetToken::Nbsp) {
             out += QChar(0x00A0);
-        } else if (c->type == XML_ELEMENT_NODE) {
-            why = QStringLiteral("its target holds <%1>, which this text cannot take.").arg(xmlsafe::qs(c->name));
+        } else {
+            why = QStringLiteral("its target holds <%1>, which this text cannot take.").arg(t.text);
             return false;
         }
     }
@@ -867,7 +1098,7 @@ public:
     }
     ~Rebuild() { xmlFreeNode(m_holder); }
 
-    bool run(xmlNode* target, QString& why)
+    bool run(const Target& target, QString& why)
     {
         if (!fill(m_node, target, why))
             return false;
@@ -906,7 +1137,8 @@ private:
     // The code texts of this unit's source, for targets that carry them as text.
     void textCodes(const QString& s, std::vector<Token>& out) const
     {
-        static const QRegularExpression tag(QStringLiteral("<(/?)([a-z]+)#(\\d+)(/?)>"));
+        // One for each thread: the chapters are rebuilt side by side.
+        thread_local const QRegularExpression tag(QStringLiteral("<(/?)([a-z]+)#(\\d+)(/?)>"));
         int from = 0;
         QRegularExpressionMatchIterator it = tag.globalMatch(s);
         while (it.hasNext()) {
@@ -928,41 +1160,35 @@ private:
             out.push_back({Token::Text, s.mid(from)});
     }
 
-    bool tokens(xmlNode* from, std::vector<Token>& out, QString& why) const
+    bool tokens(const Target& from, std::vector<Token>& out, QString& why) const
     {
-        auto idOf = [](xmlNode* c) { return xmlsafe::attr(c, "id").toInt(); };
-        for (xmlNode* c = from->children; c; c = c->next) {
-            if (c->type == XML_TEXT_NODE || c->type == XML_CDATA_SECTION_NODE) {
-                if (c->content && *c->content)
-                    textCodes(xmlsafe::qs(c->content), out);
-            } else if (c->type != XML_ELEMENT_NODE) {
-                continue;
-            } else if (isXliff(c, "g")) {
-                out.push_back({Token::Open, QString(), idOf(c)});
-                if (!tokens(c, out, why))
-                    return false;
-                out.push_back({Token::Close, QString(), idOf(c)});
-            } else if (isXliff(c, "bpt")) {
-                out.push_back({Token::Open, QString(), idOf(c)});
-            } else if (isXliff(c, "ept")) {
-                out.push_back({Token::Close, QString(), idOf(c)});
-            } else if (isXliff(c, "ph") && xmlsafe::attr(c, "ctype") == QLatin1String("x-nbsp")) {
+        for (const TargetToken& t : from) {
+            switch (t.kind) {
+            case TargetToken::Text:
+                if (!t.text.isEmpty())
+                    textCodes(t.text, out);
+                break;
+            case TargetToken::Open:
+                out.push_back({Token::Open, QString(), t.id});
+                break;
+            case TargetToken::Close:
+                out.push_back({Token::Close, QString(), t.id});
+                break;
+            case TargetToken::Empty:
+                out.push_back({Token::Empty, QString(), t.id});
+                break;
+            case TargetToken::Nbsp:
                 out.push_back({Token::Nbsp, QString(), 0});
-            } else if (isXliff(c, "x") || isXliff(c, "ph")) {
-                out.push_back({Token::Empty, QString(), idOf(c)});
-            } else if (isXliff(c, "mrk")) {
-                if (!tokens(c, out, why))
-                    return false;
-            } else {
-                why = QStringLiteral("its target holds <%1>, which is not a code of this file.")
-                          .arg(xmlsafe::qs(c->name));
+                break;
+            case TargetToken::Foreign:
+                why = QStringLiteral("its target holds <%1>, which is not a code of this file.").arg(t.text);
                 return false;
             }
         }
         return true;
     }
 
-    bool fill(xmlNode* into, xmlNode* from, QString& why)
+    bool fill(xmlNode* into, const Target& from, QString& why)
     {
         std::vector<Token> run;
         if (!tokens(from, run, why))
@@ -1049,10 +1275,10 @@ void languageImages(xmlNode* n, const QString& main, const QString& lang, const 
 
 class XliffImportFilter : public SectionTitleFilter {
 public:
-    XliffImportFilter(XliffFile& file, const QString& main, const QString& chapterId, const QString& folder,
-                      bool complete, XliffImportSummary& summary, Progress& progress)
+    XliffImportFilter(const XliffFile& file, const QString& main, const QString& chapterId, const QString& folder,
+                      bool complete, XliffImportSummary& summary, std::atomic<int>& steps)
         : SectionTitleFilter(file.target), m_file(file), m_main(main), m_lang(file.target), m_folder(folder),
-          m_complete(complete), m_summary(summary), m_progress(progress)
+          m_complete(complete), m_summary(summary), m_steps(steps)
     {
         this->chapterId = chapterId;
         onTopic = [this](const QString& id, const QString& xml, QString& out) { return topic(id, xml, out); };
@@ -1066,11 +1292,11 @@ protected:
     bool newSectionTitle(bool, const QString& id, QString& out) override
     {
         const QString unitId = id + QStringLiteral(".title");
-        auto it = m_file.units.find(unitId);
-        if (it == m_file.units.end())
+        const FileUnit* it = m_file.find(unitId);
+        if (!it)
             return false;
-        it->known = true;
-        if (!it->target)
+        m_file.markKnown(it);
+        if (!it->hasTarget)
             return false;
         QString text, why;
         if (!plainText(it->target, text, why)) {
@@ -1086,7 +1312,8 @@ private:
 
     void bad(const QString& unitId, const QString& why)
     {
-        const int order = m_file.units.value(unitId).order;
+        const FileUnit* u = m_file.find(unitId);
+        const int order = u ? u->order : 0;
         if (badOrder < 0 || order < badOrder) {
             badOrder = order;
             badReason = QStringLiteral("Unit \"%1\": %2").arg(unitId, why);
@@ -1095,7 +1322,7 @@ private:
 
     bool topic(const QString& id, const QString& xml, QString& out)
     {
-        m_progress.step();
+        ++m_steps;
         xmlsafe::XmlError error;
         xmlsafe::DocPtr doc;
         {
@@ -1115,20 +1342,20 @@ private:
 
         // Every unit the export would write must have come back filled.
         bool completeTopic = mainTitle && mainOne;
-        auto need = [&](const QString& unitId) -> xmlNode* {
-            auto it = m_file.units.find(unitId);
-            if (it == m_file.units.end()) {
+        auto need = [&](const QString& unitId) -> const Target* {
+            const FileUnit* it = m_file.find(unitId);
+            if (!it) {
                 completeTopic = false;
                 return nullptr;
             }
-            it->known = true;
-            if (!it->target)
+            m_file.markKnown(it);
+            if (!it->hasTarget)
                 completeTopic = false;
-            return it->target;
+            return it->hasTarget ? &it->target : nullptr;
         };
-        xmlNode* titleTarget = hasWords(titleText) ? need(id + QStringLiteral(".title")) : nullptr;
+        const Target* titleTarget = hasWords(titleText) ? need(id + QStringLiteral(".title")) : nullptr;
         Units units = mainOne ? enumerateUnits(mainOne, id) : Units{};
-        std::vector<xmlNode*> targets;
+        std::vector<const Target*> targets;
         std::vector<bool> wanted;
         for (const Unit& u : units.list) {
             wanted.push_back(hasText(u));
@@ -1143,7 +1370,7 @@ private:
         if (titleTarget) {
             QString why;
             titleNew.clear();
-            if (!plainText(titleTarget, titleNew, why)) {
+            if (!plainText(*titleTarget, titleNew, why)) {
                 bad(id + QStringLiteral(".title"), why);
                 return false;
             }
@@ -1162,7 +1389,7 @@ private:
             if (u.linkCode > 0) {
                 QString label;
                 xmlNode* link = linkOf(u);
-                if (!link || !plainText(targets[i], label, why)) {
+                if (!link || !plainText(*targets[i], label, why)) {
                     bad(u.id, why);
                     ok = false;
                 } else {
@@ -1171,7 +1398,7 @@ private:
                 continue;
             }
             Rebuild rebuild(u.node);
-            if (!rebuild.run(targets[i], why)) {
+            if (!rebuild.run(*targets[i], why)) {
                 bad(u.id, why);
                 ok = false;
             }
@@ -1201,7 +1428,7 @@ private:
         xmlAddChild(single, xmlDocCopyNode(newTitle, doc.get(), 1));
         xmlAddChild(single, xmlDocCopyNode(newOne, doc.get(), 1));
         QString message;
-        const bool valid = validateTopic(serializeElement(single), message);
+        const bool valid = topicElementIsValid(single) || validateTopic(serializeElement(single), message);
         xmlFreeNode(single);
         if (!valid) {
             fail(QStringLiteral("Topic \"%1\" would not be valid in this language:\r\n%2").arg(id, message));
@@ -1233,11 +1460,11 @@ private:
         return true;
     }
 
-    XliffFile& m_file;
+    const XliffFile& m_file;
     QString m_main, m_lang, m_folder;
     bool m_complete;
     XliffImportSummary& m_summary;
-    Progress& m_progress;
+    std::atomic<int>& m_steps;
 };
 
 } // namespace
@@ -1275,32 +1502,113 @@ bool exportXliff(const cProject& project, const QString& language, const QString
     e.w.attr("version", QStringLiteral("1.2"));
     e.w.attr("xmlns", kXliffNamespace);
     e.w.newline();
-    e.path << mainBook.Title;
+    e.enter(mainBook.Title);
     e.fileStart(QFileInfo(paths::toDisk(project.getBookFile())).fileName());
     if (hasWords(mainBook.Title))
         e.titleUnit(QStringLiteral("book.title"), mainBook.Title, langBook.Title, kNeedsReview);
     e.fileEnd();
     progress.step();
 
+    // Workers write the chapters' parts into memory side by side; this
+    // thread puts them into the file in the book's order and tells the
+    // progress. Workers stay at most a few chapters ahead of the file.
+    struct Part {
+        bool done = false;
+        bool ok = false;
+        QByteArray bytes;
+        QString error;
+        XliffExportSummary summary;
+    };
+    std::vector<Part> parts(chapters.size());
     const QString folder = project.GetProjectFolder();
-    for (const auto& chapter : chapters) {
-        const QString file = folder + paths::toDisk(chapter.file);
-        xmlsafe::XmlError error;
-        xmlsafe::DocPtr doc;
+    const int workers = std::clamp(int(std::thread::hardware_concurrency()), 1, 4);
+    const size_t ahead = size_t(workers) + 1;
+    std::mutex mutex;
+    std::condition_variable changed;
+    size_t next = 0, written = 0;
+    bool stopped = false;
+    auto work = [&] {
+        for (;;) {
+            size_t i;
+            {
+                std::unique_lock<std::mutex> lock(mutex);
+                changed.wait(lock, [&] { return stopped || next >= parts.size() || next < written + ahead; });
+                if (stopped || next >= parts.size())
+                    return;
+                i = next++;
+            }
+            Part part;
+            const QString file = folder + paths::toDisk(chapters[i].file);
+            xmlsafe::XmlError error;
+            xmlsafe::DocPtr doc;
+            {
+                xmlsafe::EntityScope scope(folder);
+                doc = xmlsafe::readFile(file, xmlsafe::kBaseOptions, false, &error);
+            }
+            xmlNode* root = doc ? xmlDocGetRootElement(doc.get()) : nullptr;
+            if (!named(root, "chapter")) {
+                part.error = QStringLiteral("The chapter file \"%1\" cannot be read: %2")
+                                 .arg(chapterLabel(chapters[i].file), error.message);
+            } else {
+                Exporter c;
+                c.main = main;
+                c.lang = language;
+                c.lockId = e.lockId;
+                c.projectName = e.projectName;
+                c.enter(mainBook.Title);
+                if (c.w.openMemory()) {
+                    c.fileStart(chapterLabel(chapters[i].file));
+                    c.section(root, chapters[i].id, "x-chapter");
+                    c.fileEnd();
+                    part.ok = c.w.takeMemory(part.bytes);
+                }
+                if (!part.ok)
+                    part.error = QStringLiteral("The XML writer failed.");
+                part.summary = c.s;
+            }
+            doc.reset();
+            std::lock_guard<std::mutex> lock(mutex);
+            part.done = true;
+            parts[i] = std::move(part);
+            changed.notify_all();
+        }
+    };
+    std::vector<std::thread> pool;
+    for (int k = 0; k < workers; ++k)
+        pool.emplace_back(work);
+    QString failure;
+    for (size_t i = 0; i < parts.size() && failure.isEmpty(); ++i) {
+        Part part;
         {
-            xmlsafe::EntityScope scope(folder);
-            doc = xmlsafe::readFile(file, xmlsafe::kBaseOptions, false, &error);
+            std::unique_lock<std::mutex> lock(mutex);
+            changed.wait(lock, [&] { return parts[i].done; });
+            part = std::move(parts[i]);
+            parts[i] = Part{};
+            parts[i].done = true;
+            written = i + 1;
+            changed.notify_all();
         }
-        xmlNode* root = doc ? xmlDocGetRootElement(doc.get()) : nullptr;
-        if (!named(root, "chapter")) {
-            box.stop(QStringLiteral("The chapter file \"%1\" cannot be read: %2")
-                         .arg(chapterLabel(chapter.file), error.message));
-            return false;
+        if (!part.ok) {
+            failure = part.error;
+            break;
         }
-        e.fileStart(chapterLabel(chapter.file));
-        e.section(root, chapter.id, "x-chapter");
-        e.fileEnd();
+        e.w.raw(part.bytes);
+        e.s.units += part.summary.units;
+        e.s.targets += part.summary.targets;
+        e.s.topics += part.summary.topics;
+        e.s.withoutTransId += part.summary.withoutTransId;
         progress.step();
+    }
+    {
+        std::lock_guard<std::mutex> lock(mutex);
+        stopped = true;
+        changed.notify_all();
+    }
+    for (std::thread& t : pool)
+        t.join();
+    if (!failure.isEmpty()) {
+        box.stop(failure);
+        return false;
     }
     e.w.end();
     e.w.newline();
@@ -1347,36 +1655,104 @@ bool importXliff(cProject& project, const QString& xliffFile, bool complete, Msg
     XliffImportSummary s;
     s.language = file.target;
     progress.start(file.topics + 1);
+    file.known = std::make_unique<std::atomic<bool>[]>(size_t(file.order.size()) + 1);
+    // One writer's lock for the whole import; the chapters' rewrites nest in it.
+    ProjectLock lock(project.GetProjectFolder());
+    if (!lock.ok()) {
+        box.stop(QStringLiteral("Error! Import was not successful!\r\n\r\n") + lock.error());
+        return false;
+    }
+
+    // The chapters are independent: workers rewrite them into temporary
+    // files side by side, while this thread tells the progress (which may be
+    // a window's) how far they are.
+    struct ChapterRun {
+        QString temp, target;
+        bool ok = false, changed = false;
+        QString error;
+        int badOrder = -1;
+        QString badReason;
+        XliffImportSummary summary;
+    };
+    std::vector<ChapterRun> runs(chapters.size());
+    const QString folder = project.GetProjectFolder();
+    std::atomic<size_t> next{0};
+    std::atomic<int> steps{0};
+    std::atomic<int> running{0};
+    std::mutex doneMutex;
+    std::condition_variable done;
+    auto work = [&] {
+        for (size_t i = next++; i < chapters.size(); i = next++) {
+            ChapterRun& run = runs[i];
+            run.target = folder + paths::toDisk(chapters[i].file);
+            run.temp = run.target + QStringLiteral(".quillary-new");
+            XliffImportFilter filter(file, main, chapters[i].id, folder, complete, run.summary, steps);
+            run.ok = rewriteChapterToTemp(run.target, filter, run.temp, &run.changed, &run.error);
+            run.badOrder = filter.badOrder;
+            run.badReason = filter.badReason;
+        }
+        std::lock_guard<std::mutex> guard(doneMutex);
+        --running;
+        done.notify_all();
+    };
+    const int workers = std::clamp(int(std::thread::hardware_concurrency()), 1, 4);
+    std::vector<std::thread> pool;
+    running = workers;
+    for (int k = 0; k < workers; ++k)
+        pool.emplace_back(work);
+    int shown = 0;
+    for (;;) {
+        std::unique_lock<std::mutex> guard(doneMutex);
+        done.wait_for(guard, std::chrono::milliseconds(50));
+        const bool finished = running == 0;
+        guard.unlock();
+        for (const int now = steps; shown < now; ++shown)
+            progress.step();
+        if (finished)
+            break;
+    }
+    for (std::thread& t : pool)
+        t.join();
+
     struct Prepared {
         QString temp, target;
     };
     std::vector<Prepared> prepared;
-    auto drop = [&prepared] {
-        for (const Prepared& p : prepared)
-            fileio::commitTemp(p.temp, QString());
+    auto drop = [&prepared, &runs] {
+        for (const ChapterRun& r : runs)
+            if (r.ok && r.changed)
+                fileio::commitTemp(r.temp, QString());
+        prepared.clear();
     };
-    const QString folder = project.GetProjectFolder();
-    for (const auto& chapter : chapters) {
-        const QString target = folder + paths::toDisk(chapter.file);
-        XliffImportFilter filter(file, main, chapter.id, folder, complete, s, progress);
-        const QString temp = target + QStringLiteral(".quillary-new");
-        bool changed = false;
-        QString error;
-        const bool ok = rewriteChapterToTemp(target, filter, temp, &changed, &error);
-        if (ok && changed)
-            prepared.push_back({temp, target});
-        if (!ok || filter.badOrder >= 0) {
+    // A chapter that cannot be read fails the import as the first of them
+    // would; otherwise the first bad unit in the file's order is named.
+    int firstBad = -1;
+    for (size_t i = 0; i < runs.size(); ++i) {
+        if (!runs[i].ok) {
             drop();
-            return refuse(!ok ? chapterLabel(chapter.file) + QStringLiteral(": ") + error : filter.badReason);
+            return refuse(chapterLabel(chapters[i].file) + QStringLiteral(": ") + runs[i].error);
         }
+        if (runs[i].badOrder >= 0 && (firstBad < 0 || runs[i].badOrder < runs[size_t(firstBad)].badOrder))
+            firstBad = int(i);
+    }
+    if (firstBad >= 0) {
+        drop();
+        return refuse(runs[size_t(firstBad)].badReason);
+    }
+    for (const ChapterRun& r : runs) {
+        if (r.changed)
+            prepared.push_back({r.temp, r.target});
+        s.topics += r.summary.topics;
+        s.titles += r.summary.titles;
+        s.incomplete += r.summary.incomplete;
     }
     // Book title.
     QString bookTitle;
     bool setBook = false;
-    auto bookUnit = file.units.find(QStringLiteral("book.title"));
-    if (bookUnit != file.units.end()) {
-        bookUnit->known = true;
-        if (bookUnit->target) {
+    const FileUnit* bookUnit = file.find(QStringLiteral("book.title"));
+    if (bookUnit) {
+        file.markKnown(bookUnit);
+        if (bookUnit->hasTarget) {
             if (!plainText(bookUnit->target, bookTitle, why)) {
                 drop();
                 return refuse(QStringLiteral("Unit \"book.title\": ") + why);
@@ -1384,8 +1760,9 @@ bool importXliff(cProject& project, const QString& xliffFile, bool complete, Msg
             setBook = true;
         }
     }
-    for (const QString& id : file.order) {
-        if (!file.units.value(id).known) {
+    for (int i = 0; i < file.order.size(); ++i) {
+        const QString& id = file.order[i];
+        if (!file.known[size_t(i)]) {
             drop();
             return refuse(QStringLiteral("Unit \"%1\": there is no such text in the project.").arg(id));
         }
