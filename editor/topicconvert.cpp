@@ -154,9 +154,9 @@ void ignoreValidity(void*, const char*, ...) {}
 void ignoreStructured(void*, xmlErrorPtr) {}
 } // namespace
 
-bool topicElementIsValid(const xmlNode* topic)
+bool topicDocumentIsValid(xmlDoc* doc)
 {
-    if (!topic)
+    if (!doc || !xmlDocGetRootElement(doc))
         return false;
     // One DTD for each thread: validation builds its content models lazily.
     thread_local std::unique_ptr<xmlDtd, DtdDeleter> dtd([] {
@@ -166,8 +166,6 @@ bool topicElementIsValid(const xmlNode* topic)
     }());
     if (!dtd)
         return false;
-    xmlsafe::DocPtr doc(xmlNewDoc(X("1.0")));
-    xmlDocSetRootElement(doc.get(), xmlDocCopyNode(const_cast<xmlNode*>(topic), doc.get(), 1));
     std::unique_ptr<xmlValidCtxt, void (*)(xmlValidCtxtPtr)> v(xmlNewValidCtxt(), xmlFreeValidCtxt);
     if (!v)
         return false;
@@ -177,10 +175,18 @@ bool topicElementIsValid(const xmlNode* topic)
     xmlStructuredErrorFunc previous = xmlStructuredError;
     void* previousContext = xmlStructuredErrorContext;
     xmlSetStructuredErrorFunc(nullptr, ignoreStructured);
-    const bool valid = xmlValidateDtd(v.get(), doc.get(), dtd.get()) == 1;
+    const bool valid = xmlValidateDtd(v.get(), doc, dtd.get()) == 1;
     xmlSetStructuredErrorFunc(previousContext, previous);
-    if (!valid && getenv("QDEBUGV")) { xmlDocDump(stderr, doc.get()); }
     return valid;
+}
+
+bool topicElementIsValid(const xmlNode* topic)
+{
+    if (!topic)
+        return false;
+    xmlsafe::DocPtr doc(xmlNewDoc(X("1.0")));
+    xmlDocSetRootElement(doc.get(), xmlDocCopyNode(const_cast<xmlNode*>(topic), doc.get(), 1));
+    return topicDocumentIsValid(doc.get());
 }
 
 QString mergeTopic(const QString& storedXml, const QString& newXml, const QString& language)

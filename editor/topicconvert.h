@@ -38,6 +38,9 @@ bool validateTopic(const QString& topicXml, QString& message);
 // The same judgement on a topic element in memory, without writing and
 // reading it again: true when it is valid (say why with validateTopic).
 bool topicElementIsValid(const xmlNode* topic);
+// The same for a document whose root is the topic (it stays as it is, but
+// for the ids validation records in it).
+bool topicDocumentIsValid(xmlDoc* doc);
 
 // Save step 9: merges the new single-language topic into the stored topic of
 // all languages: this language's title and onelang are replaced, the state

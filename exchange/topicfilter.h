@@ -18,6 +18,12 @@ public:
     // Setting failed stops the rewrite (the caller discards the result).
     using TopicFunction = std::function<bool(const QString& id, const QString& topicXml, QString& out)>;
     TopicFunction onTopic;
+    // Instead of onTopic: receives the topic as a document built from the
+    // same events (what parsing its text would give), or null when it holds
+    // an entity reference and only its text can tell; the text as well.
+    using TopicTreeFunction =
+        std::function<bool(const QString& id, xmlsafe::DocPtr tree, const std::string& topicXml, QString& out)>;
+    TopicTreeFunction onTopicTree;
 
     bool changed() const { return m_changed; }
     bool failed() const { return m_failed; }
@@ -39,6 +45,9 @@ protected:
 private:
     std::string m_topic;
     QString m_id;
+    xmlsafe::DocPtr m_tree;
+    xmlNode* m_cursor = nullptr;
+    bool m_treeOk = false;
     int m_depth = 0; // nesting of topic elements while one is captured
     bool m_changed = false;
     bool m_failed = false;

@@ -29,6 +29,7 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <deque>
 #include <cstring>
 #include <functional>
 #include <mutex>
@@ -714,23 +715,138 @@ struct FileUnit {
     Target target;
     bool hasTarget = false; // false when there is none, or it is empty
     int order = 0;
+    int local = 0;          // its place in its part
+    // Whether the project has the unit's text; set by the chapters' workers.
+    std::atomic<bool>* known = nullptr;
 };
 
+// Tests: how long the reader waits before it hands over a file element's part,
+// so that workers are sure to be ahead of it.
+std::atomic<int> g_readPause{0};
+
+// The units of one file element of the XLIFF file (one chapter's, or the
+// book's), by id.
+struct FilePart {
+    QString original;
+    QHash<QString, FileUnit> units;
+    std::unique_ptr<std::atomic<bool>[]> known;
+};
+
+// What is read of the file. The reader fills a file element's part
+// privately and hands it over whole once the element ends; the chapters'
+// workers look units up in the parts handed over, which no longer change.
+// A unit not found while the reading goes on is waited for, so that what a
+// worker finds never depends on timing.
 struct XliffFile {
     QString source, target, lock;
-    QHash<QString, FileUnit> units;
-    QStringList order;
+    QStringList order; // every unit, in the file's order (the reader's)
     int topics = 0;
-    // Whether the project has each unit's text, by the unit's order; set by
-    // the chapters' workers.
-    std::unique_ptr<std::atomic<bool>[]> known;
 
-    const FileUnit* find(const QString& id) const
+    // The first file element's languages and lock: false refuses the file.
+    std::function<bool(XliffFile&)> checkFirst;
+
+    // The reader's side.
+    FilePart& current() { return m_current; }
+    bool seen(const QString& id) const { return m_ids.contains(id); }
+    void add(const QString& id, Target&& target, bool has)
     {
-        auto it = units.constFind(id);
-        return it == units.constEnd() ? nullptr : &*it;
+        m_ids.insert(id);
+        FileUnit u;
+        u.target = std::move(target);
+        u.hasTarget = has;
+        u.order = int(order.size());
+        u.local = int(m_current.units.size());
+        m_current.units.insert(id, std::move(u));
+        order << id;
     }
-    void markKnown(const FileUnit* u) const { known[size_t(u->order)] = true; }
+    void fileDone(const QString& original)
+    {
+        if (const int pause = g_readPause)
+            std::this_thread::sleep_for(std::chrono::milliseconds(pause));
+        m_current.original = original;
+        m_current.known = std::make_unique<std::atomic<bool>[]>(size_t(m_current.units.size()) + 1);
+        for (FileUnit& u : m_current.units)
+            u.known = &m_current.known[size_t(u.local)];
+        std::lock_guard<std::mutex> lock(m_stateMutex);
+        m_parts.push_back(std::move(m_current));
+        m_current = FilePart{};
+        m_state.notify_all();
+    }
+    void readDone(bool failed)
+    {
+        std::lock_guard<std::mutex> lock(m_stateMutex);
+        m_readDone = true;
+        m_failed = failed;
+        m_state.notify_all();
+    }
+
+    // The workers' side. Waits until the part of a chapter is read; null
+    // when the reading failed (or the file has no such part).
+    const FilePart* waitFor(const QString& original) const
+    {
+        std::unique_lock<std::mutex> lock(m_stateMutex);
+        const FilePart* found = nullptr;
+        m_state.wait(lock, [&] {
+            for (const FilePart& p : m_parts)
+                if (p.original == original)
+                    found = &p;
+            return found || m_readDone;
+        });
+        return m_failed ? nullptr : found;
+    }
+    // A unit, in its own part first.
+    const FileUnit* find(const QString& id, const FilePart* own = nullptr) const
+    {
+        if (own) {
+            auto it = own->units.constFind(id);
+            if (it != own->units.constEnd())
+                return &*it;
+        }
+        for (;;) {
+            size_t count;
+            bool done;
+            {
+                std::lock_guard<std::mutex> lock(m_stateMutex);
+                count = m_parts.size();
+                done = m_readDone;
+            }
+            for (size_t i = 0; i < count; ++i) {
+                auto it = m_parts[i].units.constFind(id);
+                if (it != m_parts[i].units.constEnd())
+                    return &*it;
+            }
+            if (done)
+                return nullptr;
+            std::unique_lock<std::mutex> lock(m_stateMutex);
+            m_state.wait(lock, [this] { return m_readDone; });
+        }
+    }
+    void markKnown(const FileUnit* u) const { *u->known = true; }
+    // The first unit, in the file's order, for which the project has no
+    // text; empty when there is none. After the reading.
+    QString firstUnknown() const
+    {
+        int first = -1;
+        for (const FilePart& p : m_parts)
+            for (const FileUnit& u : p.units)
+                if (!*u.known && (first < 0 || u.order < first))
+                    first = u.order;
+        return first < 0 ? QString() : order.value(first);
+    }
+    bool failed() const
+    {
+        std::lock_guard<std::mutex> lock(m_stateMutex);
+        return m_failed;
+    }
+
+private:
+    FilePart m_current;
+    QSet<QString> m_ids;
+    std::deque<FilePart> m_parts; // parts keep their place as more come
+    mutable std::mutex m_stateMutex;
+    mutable std::condition_variable m_state;
+    bool m_readDone = false;
+    bool m_failed = false;
 };
 
 // Reads the file as a stream of SAX events: of a large file only the
@@ -758,26 +874,22 @@ public:
         sax.cdataBlock = onText;
         sax.serror = onError;
         xmlsafe::EntityScope none(QStringList{});
-        const QByteArray name = QFile::encodeName(path);
+        // The parser pulls the file through this device.
         std::unique_ptr<xmlParserCtxt, void (*)(xmlParserCtxtPtr)> ctxt(
-            xmlCreatePushParserCtxt(&sax, this, nullptr, 0, name.constData()), xmlFreeParserCtxt);
+            xmlCreateIOParserCtxt(
+                &sax, this,
+                [](void* device, char* buffer, int length) {
+                    return int(static_cast<QFile*>(device)->read(buffer, length));
+                },
+                nullptr, &in, XML_CHAR_ENCODING_NONE),
+            xmlFreeParserCtxt);
         if (!ctxt) {
             why = QStringLiteral("It cannot be read: Cannot read file \"%1\".").arg(path);
             return false;
         }
         xmlCtxtUseOptions(ctxt.get(), xmlsafe::kBaseOptions);
         m_ctxt = ctxt.get();
-        QByteArray chunk(1 << 16, Qt::Uninitialized);
-        for (;;) {
-            const qint64 n = in.read(chunk.data(), chunk.size());
-            if (n < 0) {
-                m_error.present = true;
-                m_error.message = QStringLiteral("Cannot read file \"%1\".").arg(path);
-                break;
-            }
-            if (xmlParseChunk(ctxt.get(), chunk.constData(), int(n), n == 0) != 0 || n == 0 || m_stopped)
-                break;
-        }
+        xmlParseDocument(ctxt.get());
         if (!why.isEmpty())
             return false;
         if (m_error.present || !ctxt->wellFormed || !m_root) {
@@ -808,7 +920,8 @@ private:
     // The unit being read.
     int m_unitDepth = -1;
     QString m_unitId;
-    FileUnit m_unit;
+    Target m_unitTarget;
+    bool m_unitHasTarget = false;
     // Inside a target: its depth, the depth of an element whose content does
     // not count (a code's own text), text not yet taken, and what makes a
     // target more than empty.
@@ -851,6 +964,10 @@ private:
             f.target = m_target;
             f.lock = m_lock;
             m_first = false;
+            if (f.checkFirst && !f.checkFirst(f)) {
+                why = QStringLiteral("-");
+                return false;
+            }
         } else if (m_source != f.source || m_target != f.target || m_lock != f.lock) {
             why = QStringLiteral("Its parts are for different languages or exports.");
             return false;
@@ -972,15 +1089,15 @@ private:
                 return;
             }
             r->m_unitId = attribute(attrs, count, "id");
-            if (r->m_unitId.isEmpty() || r->f.units.contains(r->m_unitId)) {
+            if (r->m_unitId.isEmpty() || r->f.seen(r->m_unitId)) {
                 r->why = r->m_unitId.isEmpty() ? QStringLiteral("A unit has no id.")
                                                : QStringLiteral("The unit \"%1\" appears twice.").arg(r->m_unitId);
                 r->stop();
                 return;
             }
             r->m_unitDepth = r->m_depth;
-            r->m_unit = FileUnit{};
-            r->m_unit.order = int(r->f.order.size());
+            r->m_unitTarget.clear();
+            r->m_unitHasTarget = false;
         } else if (r->m_unitDepth >= 0 && r->m_depth == r->m_unitDepth + 1 && here("target")) {
             r->m_targetDepth = r->m_depth;
             r->m_tokens.clear();
@@ -1006,16 +1123,15 @@ private:
             r->m_targetDepth = -1;
             // An empty target (no element, no words) is none.
             if (r->m_anyElement || r->m_words) {
-                r->m_unit.target = std::move(r->m_tokens);
-                r->m_unit.hasTarget = true;
+                r->m_unitTarget = std::move(r->m_tokens);
+                r->m_unitHasTarget = true;
             }
             r->m_tokens.clear();
             return;
         }
         if (depth == r->m_unitDepth) {
             r->m_unitDepth = -1;
-            r->f.units.insert(r->m_unitId, std::move(r->m_unit));
-            r->f.order << r->m_unitId;
+            r->f.add(r->m_unitId, std::move(r->m_unitTarget), r->m_unitHasTarget);
         } else if (depth == r->m_lockDepth) {
             r->m_lockDepth = -1;
             r->m_lock = r->m_lockText.trimmed();
@@ -1028,6 +1144,8 @@ private:
             r->m_inFile = false;
             if (!r->m_fileChecked && !r->checkFile())
                 r->stop();
+            else
+                r->f.fileDone(r->m_original);
         }
     }
 
@@ -1275,13 +1393,15 @@ void languageImages(xmlNode* n, const QString& main, const QString& lang, const 
 
 class XliffImportFilter : public SectionTitleFilter {
 public:
-    XliffImportFilter(const XliffFile& file, const QString& main, const QString& chapterId, const QString& folder,
-                      bool complete, XliffImportSummary& summary, std::atomic<int>& steps)
-        : SectionTitleFilter(file.target), m_file(file), m_main(main), m_lang(file.target), m_folder(folder),
+    XliffImportFilter(const XliffFile& file, const FilePart* own, const QString& main, const QString& chapterId,
+                      const QString& folder, bool complete, XliffImportSummary& summary, std::atomic<int>& steps)
+        : SectionTitleFilter(file.target), m_file(file), m_own(own), m_main(main), m_lang(file.target), m_folder(folder),
           m_complete(complete), m_summary(summary), m_steps(steps)
     {
         this->chapterId = chapterId;
-        onTopic = [this](const QString& id, const QString& xml, QString& out) { return topic(id, xml, out); };
+        onTopicTree = [this](const QString& id, xmlsafe::DocPtr tree, const std::string& xml, QString& out) {
+            return topic(id, std::move(tree), xml, out);
+        };
     }
 
     // The first bad unit met, as its file position and the reason.
@@ -1292,7 +1412,7 @@ protected:
     bool newSectionTitle(bool, const QString& id, QString& out) override
     {
         const QString unitId = id + QStringLiteral(".title");
-        const FileUnit* it = m_file.find(unitId);
+        const FileUnit* it = m_file.find(unitId, m_own);
         if (!it)
             return false;
         m_file.markKnown(it);
@@ -1312,7 +1432,7 @@ private:
 
     void bad(const QString& unitId, const QString& why)
     {
-        const FileUnit* u = m_file.find(unitId);
+        const FileUnit* u = m_file.find(unitId, m_own);
         const int order = u ? u->order : 0;
         if (badOrder < 0 || order < badOrder) {
             badOrder = order;
@@ -1320,14 +1440,14 @@ private:
         }
     }
 
-    bool topic(const QString& id, const QString& xml, QString& out)
+    bool topic(const QString& id, xmlsafe::DocPtr doc, const std::string& xml, QString& out)
     {
         ++m_steps;
         xmlsafe::XmlError error;
-        xmlsafe::DocPtr doc;
-        {
+        if (!doc) {
             xmlsafe::EntityScope none(QStringList{});
-            doc = xmlsafe::readMemory(xml.toUtf8(), {}, xmlsafe::kBaseOptions, false, &error);
+            doc = xmlsafe::readMemory(QByteArray::fromRawData(xml.data(), qsizetype(xml.size())), {},
+                                      xmlsafe::kBaseOptions, false, &error);
         }
         xmlNode* root = doc ? xmlDocGetRootElement(doc.get()) : nullptr;
         if (!root) {
@@ -1343,7 +1463,7 @@ private:
         // Every unit the export would write must have come back filled.
         bool completeTopic = mainTitle && mainOne;
         auto need = [&](const QString& unitId) -> const Target* {
-            const FileUnit* it = m_file.find(unitId);
+            const FileUnit* it = m_file.find(unitId, m_own);
             if (!it) {
                 completeTopic = false;
                 return nullptr;
@@ -1423,12 +1543,20 @@ private:
         }
 
         // The language's text alone must be a valid topic.
+        // It borrows the new title and text, and is the document's root for
+        // the moment of the check.
         xmlNode* single = xmlNewDocNode(doc.get(), nullptr, X("topic"), nullptr);
         xmlSetProp(single, X("id"), X(id.toUtf8().constData()));
-        xmlAddChild(single, xmlDocCopyNode(newTitle, doc.get(), 1));
-        xmlAddChild(single, xmlDocCopyNode(newOne, doc.get(), 1));
+        xmlAddChild(single, newTitle);
+        xmlAddChild(single, newOne);
         QString message;
-        const bool valid = topicElementIsValid(single) || validateTopic(serializeElement(single), message);
+        xmlNode* stored = xmlDocSetRootElement(doc.get(), single);
+        bool valid = topicDocumentIsValid(doc.get());
+        xmlDocSetRootElement(doc.get(), stored);
+        if (!valid)
+            valid = validateTopic(serializeElement(single), message);
+        xmlUnlinkNode(newTitle);
+        xmlUnlinkNode(newOne);
         xmlFreeNode(single);
         if (!valid) {
             fail(QStringLiteral("Topic \"%1\" would not be valid in this language:\r\n%2").arg(id, message));
@@ -1461,6 +1589,7 @@ private:
     }
 
     const XliffFile& m_file;
+    const FilePart* m_own;
     QString m_main, m_lang, m_folder;
     bool m_complete;
     XliffImportSummary& m_summary;
@@ -1629,46 +1758,43 @@ bool importXliff(cProject& project, const QString& xliffFile, bool complete, Msg
                                        "exported project!"));
         return false;
     }
-    XliffFile file;
     QString why;
     auto refuse = [&](const QString& reason) {
         box.exclamation(refusedIntro(xliffFile) + reason);
         return false;
     };
-    if (!readXliff(xliffFile, file, why))
-        return refuse(why);
     const QString main = project.GetMainLangAbbrev();
-    if (file.source != main)
-        return refuse(QStringLiteral("Its source language \"%1\" is not the main language \"%2\" of the project.")
-                          .arg(file.source, main));
-    if (file.target == main || project.getLanguageName(file.target).isEmpty())
-        return refuse(QStringLiteral("Its target language \"%1\" is not a further language of the project.")
-                          .arg(file.target));
-    if (file.lock != project.GetLockID())
-        return refuse(QStringLiteral("It was not exported from this project while it has its present lock."));
     if (!mCommon::checkFreeSpace(project.GetProjectFile(), box))
         return false;
     std::vector<cProject::ChapterEntry> chapters;
     if (!bookChapters(project, box, chapters))
         return false;
-
-    XliffImportSummary s;
-    s.language = file.target;
-    progress.start(file.topics + 1);
-    file.known = std::make_unique<std::atomic<bool>[]>(size_t(file.order.size()) + 1);
     // One writer's lock for the whole import; the chapters' rewrites nest in it.
     ProjectLock lock(project.GetProjectFolder());
     if (!lock.ok()) {
         box.stop(QStringLiteral("Error! Import was not successful!\r\n\r\n") + lock.error());
         return false;
     }
+    XliffFile file;
+    QString firstRefusal;
+    file.checkFirst = [&](XliffFile& f) {
+        if (f.source != main)
+            firstRefusal = QStringLiteral("Its source language \"%1\" is not the main language \"%2\" of the project.")
+                               .arg(f.source, main);
+        else if (f.target == main || project.getLanguageName(f.target).isEmpty())
+            firstRefusal = QStringLiteral("Its target language \"%1\" is not a further language of the project.")
+                               .arg(f.target);
+        else if (f.lock != project.GetLockID())
+            firstRefusal = QStringLiteral("It was not exported from this project while it has its present lock.");
+        return firstRefusal.isEmpty();
+    };
 
-    // The chapters are independent: workers rewrite them into temporary
-    // files side by side, while this thread tells the progress (which may be
-    // a window's) how far they are.
+    // While this thread reads the file, workers rewrite each chapter into a
+    // temporary file as soon as its part of the file is read; then this
+    // thread tells the progress (which may be a window's) how far they are.
     struct ChapterRun {
         QString temp, target;
-        bool ok = false, changed = false;
+        bool ok = false, changed = false, done = false;
         QString error;
         int badOrder = -1;
         QString badReason;
@@ -1683,13 +1809,17 @@ bool importXliff(cProject& project, const QString& xliffFile, bool complete, Msg
     std::condition_variable done;
     auto work = [&] {
         for (size_t i = next++; i < chapters.size(); i = next++) {
+            const FilePart* own = file.waitFor(chapterLabel(chapters[i].file));
+            if (file.failed())
+                break;
             ChapterRun& run = runs[i];
             run.target = folder + paths::toDisk(chapters[i].file);
             run.temp = run.target + QStringLiteral(".quillary-new");
-            XliffImportFilter filter(file, main, chapters[i].id, folder, complete, run.summary, steps);
+            XliffImportFilter filter(file, own, main, chapters[i].id, folder, complete, run.summary, steps);
             run.ok = rewriteChapterToTemp(run.target, filter, run.temp, &run.changed, &run.error);
             run.badOrder = filter.badOrder;
             run.badReason = filter.badReason;
+            run.done = true;
         }
         std::lock_guard<std::mutex> guard(doneMutex);
         --running;
@@ -1700,6 +1830,27 @@ bool importXliff(cProject& project, const QString& xliffFile, bool complete, Msg
     running = workers;
     for (int k = 0; k < workers; ++k)
         pool.emplace_back(work);
+    const bool read = readXliff(xliffFile, file, why);
+    file.readDone(!read);
+    auto join = [&] {
+        for (std::thread& t : pool)
+            if (t.joinable())
+                t.join();
+    };
+    auto dropRuns = [&runs] {
+        for (const ChapterRun& r : runs)
+            if (r.done && r.ok && r.changed)
+                fileio::commitTemp(r.temp, QString());
+    };
+    if (!read) {
+        join();
+        dropRuns();
+        return refuse(firstRefusal.isEmpty() ? why : firstRefusal);
+    }
+
+    XliffImportSummary s;
+    s.language = file.target;
+    progress.start(file.topics + 1);
     int shown = 0;
     for (;;) {
         std::unique_lock<std::mutex> guard(doneMutex);
@@ -1711,8 +1862,7 @@ bool importXliff(cProject& project, const QString& xliffFile, bool complete, Msg
         if (finished)
             break;
     }
-    for (std::thread& t : pool)
-        t.join();
+    join();
 
     struct Prepared {
         QString temp, target;
@@ -1760,12 +1910,10 @@ bool importXliff(cProject& project, const QString& xliffFile, bool complete, Msg
             setBook = true;
         }
     }
-    for (int i = 0; i < file.order.size(); ++i) {
-        const QString& id = file.order[i];
-        if (!file.known[size_t(i)]) {
-            drop();
-            return refuse(QStringLiteral("Unit \"%1\": there is no such text in the project.").arg(id));
-        }
+    const QString unknown = file.firstUnknown();
+    if (!unknown.isEmpty()) {
+        drop();
+        return refuse(QStringLiteral("Unit \"%1\": there is no such text in the project.").arg(unknown));
     }
     for (size_t i = 0; i < prepared.size(); ++i) {
         QString error;
@@ -1794,6 +1942,11 @@ bool importXliff(cProject& project, const QString& xliffFile, bool complete, Msg
     if (summary)
         *summary = s;
     return true;
+}
+
+void setXliffReadPause(int ms)
+{
+    g_readPause = ms;
 }
 
 QStringList exportReport(const QString& file, const XliffExportSummary& s, bool locked)

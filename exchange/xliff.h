@@ -54,4 +54,8 @@ bool importXliff(cProject& project, const QString& xliffFile, bool complete, Msg
                  XliffImportSummary* summary = nullptr);
 QStringList importReport(const XliffImportSummary& s);
 
+// Tests: the import's reader waits so long after each chapter's part of the
+// file, so that the chapters' workers run ahead of it.
+void setXliffReadPause(int ms);
+
 } // namespace exchange

@@ -434,6 +434,45 @@ TEST_F(XliffTest, TopicWithMissingTargetsKeepsItsText)
     EXPECT_TRUE(topicPart(1, QStringLiteral("topic1"), "title", QStringLiteral("de")).contains(QStringLiteral(">emocleW<")));
 }
 
+// The chapters are rewritten while the file is still being read: a unit that
+// a tool moved into another chapter's part of the file is waited for and
+// found, and the result is the same as with every unit in its place.
+TEST_F(XliffTest, AUnitInAnotherChaptersPartIsFound)
+{
+    open();
+    const QString xlf = exportTo(QStringLiteral("moved.xlf"));
+    fillTargets(xlf);
+    xmlsafe::DocPtr doc = readXml(xlf);
+    ASSERT_TRUE(doc);
+    std::vector<xmlNode*> files;
+    for (xmlNode* c = xmlDocGetRootElement(doc.get())->children; c; c = c->next)
+        if (named(c, "file"))
+            files.push_back(c);
+    ASSERT_GE(files.size(), 4u); // the book and three chapters
+    // topic1's title goes from the first chapter's part to the end of the last one's.
+    xmlNode* moved = nullptr;
+    for (xmlNode* u : units(files[1]))
+        if (xmlsafe::attr(u, "id") == QLatin1String("topic1.title"))
+            moved = u;
+    ASSERT_TRUE(moved);
+    xmlUnlinkNode(moved);
+    xmlNode* lastBody = nullptr;
+    for (xmlNode* c = files.back()->children; c; c = c->next)
+        if (named(c, "body"))
+            lastBody = c;
+    ASSERT_TRUE(lastBody);
+    xmlAddChild(lastBody, moved);
+    ASSERT_GE(xmlSaveFileEnc(xlf.toUtf8().constData(), doc.get(), "UTF-8"), 0);
+
+    exchange::setXliffReadPause(300);
+    exchange::XliffImportSummary s;
+    const bool imported = importFrom(xlf, false, &s);
+    exchange::setXliffReadPause(0);
+    ASSERT_TRUE(imported) << box.last().toStdString();
+    EXPECT_TRUE(s.incomplete.isEmpty()) << s.incomplete.join(", ").toStdString();
+    EXPECT_TRUE(topicPart(1, QStringLiteral("topic1"), "title", QStringLiteral("de")).contains(QStringLiteral(">emocleW<")));
+}
+
 // Tools that turn codes into text (the PO route) bring them back as text:
 // the code texts of the unit's source are codes again, anything else is text.
 TEST_F(XliffTest, CodesThatComeBackAsTextAreCodesAgain)
