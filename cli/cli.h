@@ -1,8 +1,12 @@
 #pragma once
 // The command line program: verbs register themselves from their own files.
+#include "commands.h"
 #include "msgbox.h"
 #include "progress.h"
+#include "session.h"
+#include "surface.h"
 
+#include <QFileInfo>
 #include <QString>
 #include <QStringList>
 
@@ -39,6 +43,25 @@ bool loadForReading(CliContext& c, cProject& p, const QString& path);
 // The stored XML of a topic, from whichever chapter file holds it; "" when
 // none does.
 QString findTopicXml(CliContext& c, const cProject& p, const QString& id);
+
+// A project opened for writing as the window opens it (marked while open).
+class OpenProject {
+public:
+    OpenProject(CliContext& c, const QString& path) : session(c.box, surface)
+    {
+        session.startUp(QString());
+        session.openProject(QFileInfo(path).absoluteFilePath());
+    }
+    ~OpenProject() { session.closeProject(); }
+    bool isOpen() const { return session.isOpen(); }
+    bool enabled(const char* command) const
+    {
+        return session.enabled(*commandByName(QString::fromLatin1(command)));
+    }
+
+    FakeSurface surface;
+    Session session;
+};
 
 struct VerbRegistrar {
     VerbRegistrar(const char* verb, const char* usage, VerbFunction fn);

@@ -16,26 +16,6 @@
 
 namespace {
 
-// The project opened as the window opens it (marked while open), closed at
-// the end of the verb.
-class OpenProject {
-public:
-    OpenProject(CliContext& c, const QString& path) : session(c.box, surface)
-    {
-        session.startUp(QString());
-        session.openProject(QFileInfo(path).absoluteFilePath());
-    }
-    ~OpenProject() { session.closeProject(); }
-    bool isOpen() const { return session.isOpen(); }
-    bool enabled(const char* command) const
-    {
-        return session.enabled(*commandByName(QString::fromLatin1(command)));
-    }
-
-    FakeSurface surface;
-    Session session;
-};
-
 int usage(const char* text)
 {
     err(QStringLiteral("Usage: quillary ") + QString::fromLatin1(text));

@@ -79,14 +79,19 @@ QString stripFileURL(const QString& url, const QString& base)
     return url;
 }
 
+QString xmlCharsProblem(const QString& text, const QString& fieldName)
+{
+    if (text.contains(QLatin1Char('<')) || text.contains(QLatin1Char('&')) || text.contains(QLatin1Char('>')))
+        return fieldName + QStringLiteral(" may not include \"&\", \"<\", \">\" characters!");
+    return {};
+}
+
 bool checkXMLChars(const QString& text, const QString& fieldName, MsgBox& box)
 {
-    if (text.contains(QLatin1Char('<')) || text.contains(QLatin1Char('&')) ||
-        text.contains(QLatin1Char('>'))) {
-        box.exclamation(fieldName + QStringLiteral(" may not include \"&\", \"<\", \">\" characters!"));
-        return false;
-    }
-    return true;
+    const QString problem = xmlCharsProblem(text, fieldName);
+    if (!problem.isEmpty())
+        box.exclamation(problem);
+    return problem.isEmpty();
 }
 
 QString getChapterFromPath(const QString& fullPath)

@@ -24,6 +24,8 @@ QString stripFileURL(const QString& url, const QString& base);
 // True if the text holds none of "<", "&", ">"; otherwise an exclamation box
 // naming the field, and false.
 bool checkXMLChars(const QString& text, const QString& fieldName, MsgBox& box);
+// Its message for text, or "" when the text passes.
+QString xmlCharsProblem(const QString& text, const QString& fieldName);
 
 // Second component of a tree path split at backslashes.
 QString getChapterFromPath(const QString& fullPath);
