@@ -1,6 +1,7 @@
 #include "output.h"
 
 #include "cconfigfile.h"
+#include "chmcompile.h"
 #include "chunker.h"
 #include "cproject.h"
 #include "fileio.h"
@@ -499,16 +500,19 @@ void cOutput::makeHTMLHelp(const QString& language, bool keepDocBook)
     logLine(QStringLiteral("HH COMPILER: Compiling HTML Help from source files..."));
     // chmcmd reads the alias and map lines only from the project file itself.
     inlineHhpIncludes(P + QStringLiteral("htmlhelp.hhp"));
-    ProcessResult pr = waitForProcess(hhc, {P + QStringLiteral("htmlhelp.hhp")}, P);
+    HelpCompileResult compiled = compileHelpProject(hhc, P, tempFolder());
     if (!fileExists(P + QStringLiteral("htmlhelp.chm"))) {
         logLine(QStringLiteral("HH COMPILER: HTML Help was not created!!!"), true);
-        logTail(pr.errorOutput);
+        logTail(compiled.process.errorOutput);
         removeHelpSources(P);
         removeFolder(tempFolder());
         enableResultButtons();
         return;
     }
     logLine(QStringLiteral("HH COMPILER: HTML Help was created."));
+    if (!compiled.rooted)
+        logLine(QStringLiteral("HH COMPILER: Context IDs may not open their topics: ") + compiled.note +
+                QLatin1Char('.'));
     blank();
     QDir().mkpath(P + QStringLiteral("output"));
     deleteFile(result);

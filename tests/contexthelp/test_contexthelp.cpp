@@ -2,16 +2,26 @@
 // workbench's commands on the sample with their groups and messages, and
 // the context elements in the chapter files.
 #include "ccontexthelp.h"
+#include "cconfigfile.h"
 #include "cproject.h"
+#include "output.h"
+#include "paths.h"
+#include "processrunner.h"
+#include "outputlog.h"
+#include "outputproperties.h"
 #include "testsupport.h"
 #include "workbench.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QProcess>
 #include <QRegularExpression>
+#include <QtEndian>
 
 #include <gtest/gtest.h>
+
+#include <map>
 
 using namespace testing_support;
 
@@ -325,4 +335,70 @@ TEST_F(Workbench, ContextsFollowPathsAndTheList)
     EXPECT_FALSE(after.contains("frmGone"));
     EXPECT_EQ(after.count("<context><id>3000</id><name>frmAbout</name></context><onelang lang=\"en\">"), 2)
         << after.toStdString();
+}
+
+namespace {
+
+// The map of a compiled help file as a help viewer reads it: #IVB holds
+// pairs of ID and offset into #STRINGS, where the page's path ends in a 0.
+std::map<quint32, QString> helpMap(const QString& extracted)
+{
+    const QByteArray ivb = readBytes(extracted + "/#IVB");
+    const QByteArray strings = readBytes(extracted + "/#STRINGS");
+    auto u32 = [&](int at) { return qFromLittleEndian<quint32>(ivb.constData() + at); };
+    std::map<quint32, QString> map;
+    if (ivb.size() < 4)
+        return map;
+    const int end = std::min<int>(ivb.size(), 4 + int(u32(0)));
+    for (int at = 4; at + 8 <= end; at += 8) {
+        const int offset = int(u32(at + 4));
+        const int zero = strings.indexOf('\0', offset);
+        map[u32(at)] = QString::fromUtf8(strings.mid(offset, zero < 0 ? -1 : zero - offset));
+    }
+    return map;
+}
+
+} // namespace
+
+// Three IDs of four forms (two share one) on three topics: published as HTML
+// Help, each ID opens, read by chmlib, a page of the archive with its topic's
+// title.
+TEST_F(Workbench, TheCompiledHelpOpensEachIdAtItsTopic)
+{
+    auto w = open();
+    ASSERT_TRUE(w->cmdLoad(dir.file("forms.xml")));
+    ASSERT_TRUE(assign(*w, "topic5", "frmOpen"));
+    ASSERT_TRUE(assign(*w, "topic3", "frmAbout"));
+    ASSERT_TRUE(w->cmdOK());
+
+    box.setDefault(MsgAnswer::Yes); // unfinished topics: publish anyway
+    cConfigFile conf(box);
+    ASSERT_TRUE(conf.Load(paths::settingsFile("conf.xml")));
+    conf.setHHWFile(findOnPath("chmcmd"));
+    cProject published(box);
+    ASSERT_TRUE(published.Load(qly));
+    cOutputProperties props;
+    OutputLog log;
+    cOutput out(published, props, log, box);
+    out.runOutput("en", cOutput::kHTMLHelp, false);
+    ASSERT_FALSE(out.resultFile.isEmpty()) << log.text().toStdString();
+    EXPECT_FALSE(log.text().contains("Context IDs may not")) << log.text().toStdString();
+
+    const QString x = dir.file("extracted");
+    QProcess extract;
+    extract.setStandardOutputFile(QProcess::nullDevice());
+    extract.start("extract_chmLib", {out.resultFile, x});
+    ASSERT_TRUE(extract.waitForFinished() && extract.exitCode() == 0) << "extract_chmLib (libchm-bin) is needed";
+    const auto map = helpMap(x);
+    const std::map<quint32, QString> titles{{1000, "Welcome"}, {2000, "Finished Topic"}, {3000, "Tables"}};
+    ASSERT_EQ(map.size(), titles.size());
+    for (const auto& [id, title] : titles) {
+        ASSERT_TRUE(map.count(id)) << id;
+        const QString page = map.at(id);
+        EXPECT_TRUE(page.startsWith('/') && !page.contains(dir.path())) << page.toStdString();
+        const QString html = readText(x + page);
+        ASSERT_FALSE(html.isEmpty()) << id << " " << page.toStdString();
+        const auto m = QRegularExpression("<title>(.*?)</title>", QRegularExpression::DotMatchesEverythingOption).match(html);
+        EXPECT_TRUE(m.captured(1).contains(title)) << id << " " << m.captured(1).toStdString();
+    }
 }
