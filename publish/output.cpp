@@ -3,6 +3,7 @@
 #include "cconfigfile.h"
 #include "chmcompile.h"
 #include "chunker.h"
+#include "contextmap.h"
 #include "cproject.h"
 #include "fileio.h"
 #include "fontconfiguration.h"
@@ -627,6 +628,9 @@ void cOutput::makeHTML(const QString& language, bool keepDocBook)
         logLine(QStringLiteral("Copying all neccessary images..."));
         blank();
         copyImages(tempFolder() + QStringLiteral("/quillary.xml"), QStringLiteral("output/html"), language, coverPath);
+        writeContextMap({result}, P + QStringLiteral("output/html"),
+                        P + QStringLiteral("output/html/") + bookBase() + QLatin1Char('_') + language +
+                            QStringLiteral(".context.json"));
         logLine(QStringLiteral("OUTPUT: ") + result);
         resultFile = result;
         removeFolder(tempFolder());
@@ -688,8 +692,14 @@ void cOutput::makeHTMLFrames(const QString& language, bool keepDocBook)
         }
     }
     QSet<QString> keep;
-    for (const QString& f : r.written)
+    QStringList pages;
+    for (const QString& f : r.written) {
         keep.insert(QDir::cleanPath(f));
+        if (f.endsWith(QLatin1String(".html")))
+            pages << f;
+    }
+    writeContextMap(pages, folder, folder + QStringLiteral("/context.json"));
+    keep.insert(QDir::cleanPath(folder + QStringLiteral("/context.json")));
     keep.insert(QDir::cleanPath(folder + QStringLiteral("/img/") + language));
     for (const char* gif : {"chapter_c.gif", "chapter_e.gif", "topic.gif"})
         keep.insert(QDir::cleanPath(folder + QStringLiteral("/img/") + QString::fromLatin1(gif)));
@@ -699,6 +709,15 @@ void cOutput::makeHTMLFrames(const QString& language, bool keepDocBook)
     resultFile = index;
     removeFolder(tempFolder());
     finish(start);
+}
+
+void cOutput::writeContextMap(const QStringList& pages, const QString& folder, const QString& target)
+{
+    const QByteArray json =
+        contextMapJson(contextTargets(tempFolder() + QStringLiteral("/quillary.xml")), folder, pages);
+    QString error;
+    if (!fileio::atomicReplace(target, json, {}, &error))
+        logLine(QStringLiteral("File \"") + target + QStringLiteral("\" could not be written: ") + error, true);
 }
 
 void cOutput::copyImages(const QString& docBookFile, const QString& outputFolder, const QString& language,

@@ -33,6 +33,9 @@ public:
 
     bool makeDocBook(const QString& language, const QString& out, const QString& cover);
     void makeHTMLHelp(const QString& language, bool keepDocBook);
+    // The context IDs of the book to their pages, for applications that open
+    // a web help at an ID.
+    void writeContextMap(const QStringList& pages, const QString& folder, const QString& target);
     void makePDF(const QString& language, bool keepDocBook);
     void makeHTML(const QString& language, bool keepDocBook);
     void makeHTMLFrames(const QString& language, bool keepDocBook);

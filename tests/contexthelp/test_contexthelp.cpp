@@ -15,6 +15,8 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QtEndian>
@@ -79,6 +81,31 @@ protected:
         return w.cmdAdd();
     }
     QString chapter(int i) const { return readText(folder + QStringLiteral("chapter%1.xml").arg(i)); }
+    // Publishes the project in English, unfinished topics and all; the result file.
+    QString publish(const QString& format, QString* logText = nullptr)
+    {
+        box.setDefault(MsgAnswer::Yes);
+        cProject published(box);
+        if (!published.Load(qly))
+            return {};
+        cOutputProperties props;
+        OutputLog log;
+        cOutput out(published, props, log, box);
+        out.runOutput("en", format, false);
+        if (logText)
+            *logText = log.text();
+        return out.resultFile;
+    }
+    // Three IDs of four forms (two share one) on three topics.
+    void assignThree()
+    {
+        auto w = open();
+        ASSERT_TRUE(w->cmdLoad(dir.file("forms.xml")));
+        ASSERT_TRUE(assign(*w, "topic5", "frmOpen"));
+        ASSERT_TRUE(assign(*w, "topic3", "frmAbout"));
+        ASSERT_TRUE(w->cmdOK());
+    }
+    const std::map<quint32, QString> kTitles{{1000, "Welcome"}, {2000, "Finished Topic"}, {3000, "Tables"}};
 };
 
 } // namespace
@@ -360,39 +387,27 @@ std::map<quint32, QString> helpMap(const QString& extracted)
 
 } // namespace
 
-// Three IDs of four forms (two share one) on three topics: published as HTML
-// Help, each ID opens, read by chmlib, a page of the archive with its topic's
+// Published as HTML Help, each ID opens, read by chmlib, a page of the archive with its topic's
 // title.
 TEST_F(Workbench, TheCompiledHelpOpensEachIdAtItsTopic)
 {
-    auto w = open();
-    ASSERT_TRUE(w->cmdLoad(dir.file("forms.xml")));
-    ASSERT_TRUE(assign(*w, "topic5", "frmOpen"));
-    ASSERT_TRUE(assign(*w, "topic3", "frmAbout"));
-    ASSERT_TRUE(w->cmdOK());
-
-    box.setDefault(MsgAnswer::Yes); // unfinished topics: publish anyway
+    assignThree();
     cConfigFile conf(box);
     ASSERT_TRUE(conf.Load(paths::settingsFile("conf.xml")));
     conf.setHHWFile(findOnPath("chmcmd"));
-    cProject published(box);
-    ASSERT_TRUE(published.Load(qly));
-    cOutputProperties props;
-    OutputLog log;
-    cOutput out(published, props, log, box);
-    out.runOutput("en", cOutput::kHTMLHelp, false);
-    ASSERT_FALSE(out.resultFile.isEmpty()) << log.text().toStdString();
-    EXPECT_FALSE(log.text().contains("Context IDs may not")) << log.text().toStdString();
+    QString log;
+    const QString chm = publish(cOutput::kHTMLHelp, &log);
+    ASSERT_FALSE(chm.isEmpty()) << log.toStdString();
+    EXPECT_FALSE(log.contains("Context IDs may not")) << log.toStdString();
 
     const QString x = dir.file("extracted");
     QProcess extract;
     extract.setStandardOutputFile(QProcess::nullDevice());
-    extract.start("extract_chmLib", {out.resultFile, x});
+    extract.start("extract_chmLib", {chm, x});
     ASSERT_TRUE(extract.waitForFinished() && extract.exitCode() == 0) << "extract_chmLib (libchm-bin) is needed";
     const auto map = helpMap(x);
-    const std::map<quint32, QString> titles{{1000, "Welcome"}, {2000, "Finished Topic"}, {3000, "Tables"}};
-    ASSERT_EQ(map.size(), titles.size());
-    for (const auto& [id, title] : titles) {
+    ASSERT_EQ(map.size(), kTitles.size());
+    for (const auto& [id, title] : kTitles) {
         ASSERT_TRUE(map.count(id)) << id;
         const QString page = map.at(id);
         EXPECT_TRUE(page.startsWith('/') && !page.contains(dir.path())) << page.toStdString();
@@ -400,5 +415,34 @@ TEST_F(Workbench, TheCompiledHelpOpensEachIdAtItsTopic)
         ASSERT_FALSE(html.isEmpty()) << id << " " << page.toStdString();
         const auto m = QRegularExpression("<title>(.*?)</title>", QRegularExpression::DotMatchesEverythingOption).match(html);
         EXPECT_TRUE(m.captured(1).contains(title)) << id << " " << m.captured(1).toStdString();
+    }
+}
+
+// The web outputs carry context.json: each ID to its topic's page and anchor.
+TEST_F(Workbench, WebHelpMapsEachIdToItsPage)
+{
+    assignThree();
+    const QString index = publish(cOutput::kHTMLChunk);
+    ASSERT_TRUE(index.endsWith("/output/html_frames_en/index.html")) << index.toStdString();
+    const QString single = publish(cOutput::kHTML);
+    ASSERT_TRUE(single.endsWith("/output/html/book_en.html")) << single.toStdString();
+    const std::pair<QString, QString> maps[] = {
+        {QFileInfo(index).absolutePath() + "/context.json", QFileInfo(index).absolutePath()},
+        {QFileInfo(single).absolutePath() + "/book_en.context.json", QFileInfo(single).absolutePath()},
+    };
+    for (const auto& [file, base] : maps) {
+        const QJsonObject map = QJsonDocument::fromJson(readBytes(file)).object();
+        ASSERT_EQ(map.size(), int(kTitles.size())) << file.toStdString();
+        for (const auto& [id, title] : kTitles) {
+            const QStringList target = map.value(QString::number(id)).toString().split('#');
+            ASSERT_EQ(target.size(), 2) << id;
+            const QString html = readText(base + "/" + target[0]);
+            // The anchor opens the section whose heading is the topic's title.
+            const auto m = QRegularExpression(" (name|id)=\"" + target[1] + "\".*?</h\\d>",
+                                              QRegularExpression::DotMatchesEverythingOption)
+                               .match(html);
+            ASSERT_TRUE(m.hasMatch()) << file.toStdString() << " " << id;
+            EXPECT_TRUE(m.captured(0).contains(title)) << m.captured(0).toStdString();
+        }
     }
 }
