@@ -41,6 +41,11 @@ protected:
         else if (item->isExpanded() && node->ExpandedImage)
             image = node->ExpandedImage;
         option->text = node->Text;
+        if (m_view->background) {
+            const QColor c = m_view->background(node);
+            if (c.isValid())
+                option->backgroundBrush = c;
+        }
         option->icon = appicons::treeImage(image);
         if (!option->icon.isNull())
             option->features |= QStyleOptionViewItem::HasDecoration;

@@ -4,6 +4,7 @@
 // the owner through callbacks, which ask the session.
 #include "booktree.h"
 
+#include <QColor>
 #include <QHash>
 #include <QPointer>
 #include <QTreeWidget>
@@ -41,6 +42,8 @@ public:
     std::function<void(const NodePtr&)> onKeySelect;
     std::function<bool(const NodePtr& source, const NodePtr& target)> canDrop;
     std::function<void(const NodePtr& source, const NodePtr& target)> onDrop;
+    // A node's background (an invalid colour: the view's own).
+    std::function<QColor(const NodePtr&)> background;
 
     // BookTree::Observer
     void nodeAdded(const NodePtr& node) override;

@@ -9,6 +9,7 @@
 #include "frmabout.h"
 #include "frmbackup.h"
 #include "frmbookproperties.h"
+#include "frmcontexthelp.h"
 #include "frmdebug.h"
 #include "frmexport.h"
 #include "frmimport.h"
@@ -217,6 +218,7 @@ void frmMain::run(CommandId id)
     case CommandId::XliffExport: xliff(frmXliff::Mode::Export); break;
     case CommandId::XliffImport: xliff(frmXliff::Mode::Import); break;
     case CommandId::NewLanguage: mnuNewLanguage_Click(); break;
+    case CommandId::ContextHelp: mnuContextHelp_Click(); break;
     case CommandId::Settings: reloadSettings(); break;
     case CommandId::About: mnuAbout_Click(); break;
     case CommandId::Debug: mnuDebug_Click(); break;
@@ -243,7 +245,6 @@ void frmMain::run(CommandId id)
     case CommandId::Spelling:
     case CommandId::Synonyms:
     case CommandId::Antonyms:
-    case CommandId::ContextHelp:
     case CommandId::ExportImport:
     case CommandId::ElementTools:
     case CommandId::TableTools: break;
@@ -787,6 +788,18 @@ void frmMain::mnuNewLanguage_Click()
     dlg.SetProject(&s.project());
     if (!m_langFile.isEmpty())
         dlg.setLanguageFile(m_langFile);
+    if (m_prepareForm)
+        m_prepareForm(&dlg);
+    dlg.exec();
+}
+
+void frmMain::mnuContextHelp_Click()
+{
+    Session& s = *m_session;
+    if (!isOn(CommandId::ContextHelp) || !s.isOpen() || s.askSaveTopic())
+        return;
+    frmContextHelp dlg(&m_box, this);
+    dlg.SetProject(&s.project());
     if (m_prepareForm)
         m_prepareForm(&dlg);
     dlg.exec();

@@ -123,6 +123,7 @@ public slots:
     void mnuOutput_Click();
     void mnuVerify_Click();
     void mnuNewLanguage_Click();
+    void mnuContextHelp_Click();
     void mnuExport_Click();
     void mnuImport_Click();
     void mnuBackup_Click();

@@ -9,6 +9,8 @@
 
 #include <QFileInfo>
 
+#include <algorithm>
+
 namespace {
 
 // The order of the sorted forms tree: by text, letters of either case together.
@@ -16,6 +18,18 @@ bool before(const QString& a, const QString& b)
 {
     const int c = QString::compare(a, b, Qt::CaseInsensitive);
     return c != 0 ? c < 0 : a < b;
+}
+
+// The topics tree is sorted too: the children of every node by text.
+void sortChildren(BookTree& tree, const NodePtr& parent)
+{
+    std::vector<NodePtr> children = parent->Children();
+    std::stable_sort(children.begin(), children.end(),
+                     [](const NodePtr& a, const NodePtr& b) { return before(a->Text, b->Text); });
+    for (const NodePtr& c : children) {
+        tree.Move(c, parent, Relation::Child);
+        sortChildren(tree, c);
+    }
 }
 
 } // namespace
@@ -63,6 +77,8 @@ void ContextHelpWorkbench::load()
     for (const cContextHelp& r : m_records.records())
         addFormNode(r);
     buildContextTopics(m_project, m_topics, m_forms, m_pairs, m_box);
+    for (const NodePtr& root : m_topics.Roots())
+        sortChildren(m_topics, root);
     m_changed = false;
 }
 

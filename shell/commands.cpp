@@ -32,7 +32,7 @@ const Command kCommands[] = {
     {C::XliffExport, "mnuXliffExport", "Export X&LIFF...", nullptr, nullptr, E::Locked, true},
     {C::XliffImport, "mnuXliffImport", "Import XLI&FF...", nullptr, nullptr, E::Locked, true},
     {C::NewLanguage, "mnuNewLanguage", "&Add New Language", nullptr, nullptr, E::Unlocked, true},
-    {C::ContextHelp, "mnuContextHelp", "&Context Help ID", nullptr, nullptr, E::Unlocked, false},
+    {C::ContextHelp, "mnuContextHelp", "&Context Help ID", nullptr, nullptr, E::Unlocked, true},
     {C::Settings, "mnuSettings", "&Settings...", nullptr, nullptr, E::Always, true},
     {C::About, "mnuAbout", "&About Quillary Author", nullptr, "F1", E::Always, true},
     {C::Debug, "mnuDebug", "&Debug Listing", nullptr, nullptr, E::Always, true},

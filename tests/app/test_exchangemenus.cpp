@@ -4,6 +4,7 @@
 #include "apptestsupport.h"
 #include "booktreewidget.h"
 #include "frmbackup.h"
+#include "frmcontexthelp.h"
 #include "frmexport.h"
 #include "frmimport.h"
 #include "frmmain.h"
@@ -86,6 +87,7 @@ TEST(ExchangeMenus, AddExportBackupAndImportThroughTheWindow)
     window.startUp(qly);
     ASSERT_TRUE(window.session().isOpen()) << box.texts().join(QLatin1Char('|')).toStdString();
     EXPECT_TRUE(on("mnuNewLanguage"));
+    EXPECT_TRUE(on("mnuContextHelp"));
     EXPECT_TRUE(on("mnuExport"));
     EXPECT_TRUE(on("mnuBackup"));
     EXPECT_FALSE(on("mnuImport"));
@@ -94,11 +96,11 @@ TEST(ExchangeMenus, AddExportBackupAndImportThroughTheWindow)
     // A changed topic asks first; Cancel opens nothing.
     ASSERT_TRUE(window.openTopic(QStringLiteral("Getting Started\\Welcome")));
     window.session().topicPropertiesChanged = true;
-    for (const char* command : {"mnuNewLanguage", "mnuExport", "mnuBackup"}) {
+    for (const char* command : {"mnuNewLanguage", "mnuContextHelp", "mnuExport", "mnuBackup"}) {
         box.answer(MsgAnswer::Cancel);
         window.action(QString::fromLatin1(command))->trigger();
     }
-    EXPECT_EQ(box.texts().size(), 3);
+    EXPECT_EQ(box.texts().size(), 4);
     EXPECT_EQ(box.last(), QStringLiteral("Topic \"Welcome\" has been changed. Save?"));
     EXPECT_TRUE(prepared.isEmpty()) << prepared.join(QLatin1Char(' ')).toStdString();
     window.session().topicPropertiesChanged = false;
@@ -120,6 +122,17 @@ TEST(ExchangeMenus, AddExportBackupAndImportThroughTheWindow)
     EXPECT_EQ(window.session().project().getLanguageName(QStringLiteral("fr")), QStringLiteral("French"));
     box.clear();
 
+    // The context help workbench opens on the project's topics.
+    QString topicsRoot;
+    onNextModal<frmContextHelp>([&](frmContextHelp* f) {
+        if (f->trvTopics->topLevelItemCount() > 0)
+            topicsRoot = f->trvTopics->topLevelItem(0)->text(0);
+        QTest::mouseClick(f->cmdCancel, Qt::LeftButton);
+    });
+    window.action(QStringLiteral("mnuContextHelp"))->trigger();
+    EXPECT_EQ(topicsRoot, QStringLiteral("Sample Manual"));
+    EXPECT_TRUE(prepared.contains(QStringLiteral("frmContextHelp")));
+
     // Backup.
     window.action(QStringLiteral("mnuBackup"))->trigger();
     EXPECT_EQ(box.texts(), QStringList({QStringLiteral("Backup was successfully created!")}));
@@ -137,6 +150,7 @@ TEST(ExchangeMenus, AddExportBackupAndImportThroughTheWindow)
     ASSERT_TRUE(window.session().isOpen());
     EXPECT_TRUE(window.session().isLocked());
     EXPECT_FALSE(on("mnuNewLanguage"));
+    EXPECT_FALSE(on("mnuContextHelp"));
     EXPECT_FALSE(on("mnuExport"));
     EXPECT_TRUE(on("mnuBackup"));
     EXPECT_TRUE(on("mnuImport"));

@@ -187,6 +187,17 @@ TEST_F(Workbench, LoadAssignOkAndOpenAgain)
                                   "Recent Files (frmOpenRecent, 2000)"}));
     EXPECT_EQ(form(*w, "frmOpen")->Tag, "2000");
 
+    // The topics are sorted at every level too.
+    QStringList chapters;
+    for (const NodePtr& n : w->topics().Root()->Children())
+        chapters << n->Text;
+    EXPECT_EQ(chapters, (QStringList{"Appendix", "Getting Started", "Reference"}));
+    const NodePtr reference = w->topics().FindPath("Sample Manual\\Reference");
+    ASSERT_TRUE(reference);
+    ASSERT_EQ(reference->ChildCount(), 2);
+    EXPECT_EQ(reference->Children()[0]->Text, "Details"); // after "Tables" in the book
+    EXPECT_EQ(reference->Children()[1]->Text, "Tables");
+
     // The sample's chapter file ties topic1 to frmMain already.
     EXPECT_TRUE(isAssigned(topic(*w, "topic1")));
     EXPECT_TRUE(isAssigned(form(*w, "frmMain")));
