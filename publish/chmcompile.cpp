@@ -1,5 +1,7 @@
 #include "chmcompile.h"
 
+#include "xmlsafety.h"
+
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
@@ -65,6 +67,9 @@ bool placeSources(const QString& folder, const QString& root, const QStringList&
         const QString rel = base.relativeFilePath(file);
         const QString top = rel.section(QLatin1Char('/'), 0, 0);
         if (rel.contains(QLatin1Char('/')) && skip.contains(top))
+            continue;
+        // A link to a file elsewhere is no help source.
+        if (!xmlsafe::liesInside(QFileInfo(file).canonicalFilePath(), folder))
             continue;
         if (!place(file, root + QLatin1Char('/') + rel))
             return false;
