@@ -42,7 +42,7 @@ TEST(CommandTable, TheSpecsNamesAndNumbers)
     EXPECT_STREQ(commandInfo(CommandId::InsertChapter).objectName, "mnuInsertChapter");
     EXPECT_STREQ(commandInfo(CommandId::InsertChapter).text, "Insert &Subchapter...");
     // Commands whose forms are still to come stay visible and disabled.
-    for (CommandId id : {CommandId::Spelling, CommandId::Synonyms, CommandId::Antonyms, CommandId::ContextHelp})
+    for (CommandId id : {CommandId::Spelling, CommandId::Synonyms, CommandId::Antonyms})
         EXPECT_FALSE(commandInfo(id).available) << commandInfo(id).objectName;
     EXPECT_EQ(static_cast<int>(TopicAction::Save), 1);
     EXPECT_EQ(static_cast<int>(TopicAction::Insert), 5);
