@@ -1106,6 +1106,7 @@ Result run(const Job& job)
         XsltJob& x = w.job;
         x.stylesheet = job.driver;
         x.input = job.docbook;
+        x.inputDtd = false;
         x.outputBase = job.layout == Layout::Pages ? job.folder : QFileInfo(job.output).absolutePath();
         x.readFolders = job.readFolders;
         x.writeFolders = job.writeFolders;

@@ -316,6 +316,7 @@ XsltJob cOutput::secondPass(const QString& writeFolder, const QString& output) c
     XsltJob job;
     job.stylesheet = tempFolder() + QStringLiteral("/quillary_temp.xsl");
     job.input = tempFolder() + QStringLiteral("/quillary.xml");
+    job.inputDtd = false;
     job.output = output;
     job.outputBase = writeFolder;
     job.readFolders = readFolders();
@@ -377,7 +378,9 @@ bool cOutput::makeDocBook(const QString& language, const QString& out, const QSt
     fileio::readFile(xsl, tail);
     QString text = QStringLiteral("<?xml version=\"1.0\"?><xsl:stylesheet xmlns:xsl="
                                   "\"http://www.w3.org/1999/XSL/Transform\" version=\"1.0\">"
-                                  "<xsl:output method=\"xml\" encoding=\"utf-8\"/>");
+                                  "<xsl:output method=\"xml\" encoding=\"utf-8\" "
+                                  "doctype-public=\"-//OASIS//DTD DocBook XML V4.5//EN\" "
+                                  "doctype-system=\"http://www.oasis-open.org/docbook/xml/4.5/docbookx.dtd\"/>");
     text += QStringLiteral("<xsl:variable name=\"language\" select=\"'") + language + QStringLiteral("'\"/>");
     text += QStringLiteral("<xsl:variable name=\"out\" select=\"'") + out + QStringLiteral("'\"/>");
     text += QStringLiteral("<xsl:variable name=\"cover.image\" select=\"'") + cover + QStringLiteral("'\"/>");
@@ -542,6 +545,9 @@ void cOutput::makePDF(const QString& language, bool keepDocBook)
         logLine(QStringLiteral("Creating font metrics files. It may take a while, please be patient."));
         makeFontConfiguration(fontConf, m_log);
         blank();
+    } else if (!fontConfigurationIsCurrent(fontConf)) {
+        // Made by an older version, without the fallback faces.
+        makeFontConfiguration(fontConf, m_log, true);
     }
     const QString P = projectFolder();
     QString result = P + QStringLiteral("output/") + bookBase() + QLatin1Char('_') + language + QStringLiteral(".pdf");
@@ -576,7 +582,8 @@ void cOutput::makePDF(const QString& language, bool keepDocBook)
     logLine(QStringLiteral("FOP: Rendering Formatting Objects to PDF..."));
     deleteFile(pdf);
     const int heap = fopHeapMb(QFileInfo(fo).size(), physicalMemoryMb());
-    ProcessResult pr = waitForProcess(fop, {"-c", fontConf, "-fo", fo, "-pdf", pdf}, P,
+    // -a: a tagged PDF, its structure and language for assistive technology.
+    ProcessResult pr = waitForProcess(fop, {"-c", fontConf, "-a", "-fo", fo, "-pdf", pdf}, P,
                                       {QStringLiteral("JAVA_ARGS=-Xmx%1m").arg(heap)});
     deleteFile(fo);
     if (!fileExists(pdf)) {

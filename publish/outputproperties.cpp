@@ -1,5 +1,7 @@
 #include "outputproperties.h"
 
+#include "fontconfiguration.h"
+
 #include "fileio.h"
 #include "msgbox.h"
 #include "paths.h"
@@ -434,6 +436,8 @@ QString cOutputProperties::outputOf(int tab) const
 QString cOutputProperties::GetCoverImage(const QString& key)
 {
     fontConfigurationFound = QFileInfo::exists(publishpaths::fontConfigurationFile());
+    configuredFonts = fontConfigurationFound ? configuredFontNames(publishpaths::fontConfigurationFile())
+                                             : QStringList();
     int t = tabOfKey(key);
     if (t < 0)
         return QString();

@@ -72,13 +72,16 @@ public:
 
     QString ImageFolder;           // where the cover image browser starts
     bool fontConfigurationFound = false;
+    // The font names the configuration declares: the PDF's font lists name
+    // the fallbacks among them.
+    QStringList configuredFonts;
 
     QString GetHHOutput() const { return outputOf(kHH); }
     QString GetPDFOutput() const { return outputOf(kPDF); }
     QString GetHTMLOutput() const { return outputOf(kHTML); }
     QString GetHTMLFramesOutput() const { return outputOf(kHTMLFrames); }
     // The cover image text of the key's tab ("" for an unknown key); sets
-    // fontConfigurationFound from the existence of the font configuration.
+    // fontConfigurationFound and configuredFonts from the font configuration.
     QString GetCoverImage(const QString& key);
 
     // The generated customisation stylesheets (one line each).

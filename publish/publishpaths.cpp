@@ -38,6 +38,15 @@ QString docbookLayerXsl(const QString& format)
     return paths::programFolder() + name;
 }
 
+QString outputLayerXsl(const QString& format)
+{
+    const QString name = format == QLatin1String("PDF")          ? QStringLiteral("/output-fo.xsl")
+                         : format == QLatin1String("HH")           ? QStringLiteral("/output-pages.xsl")
+                         : format == QLatin1String("HTMLFrames") ? QStringLiteral("/output-frames.xsl")
+                                                                 : QStringLiteral("/output-html.xsl");
+    return paths::programFolder() + name;
+}
+
 QString partsXsl(bool pages)
 {
     return paths::programFolder() +

@@ -17,6 +17,9 @@ QString partsXsl(bool pages); // renders a share of a book for the chunker
 // Our faster templates over DocBook XSL's for a format of the generated
 // stylesheets ("HH", "PDF", "HTML", "HTMLFrames").
 QString docbookLayerXsl(const QString& format);
+// What a format adds to DocBook's output so that readers and checkers take
+// it (HTML5, UTF-8, languages, headings; the pictures' texts of the PDF).
+QString outputLayerXsl(const QString& format);
 QString webhelpImage(const QString& name); // its navigation GIFs
 
 } // namespace publishpaths

@@ -2,6 +2,7 @@
 // format, made of the values of that format's tab.
 #include "outputproperties.h"
 
+#include "fontconfiguration.h"
 #include "publishpaths.h"
 
 #include <QFileInfo>
@@ -165,6 +166,11 @@ QString importOf(const QString& format)
     if (docbookLayerEnabled() && QFileInfo::exists(layer))
         s += QStringLiteral("<xsl:import href=\"") + QString::fromUtf8(QUrl::fromLocalFile(layer).toEncoded()) +
              QStringLiteral("\"/>");
+    // Last, so that it is above both.
+    const QString output = publishpaths::outputLayerXsl(format);
+    if (!output.isEmpty() && QFileInfo::exists(output))
+        s += QStringLiteral("<xsl:import href=\"") + QString::fromUtf8(QUrl::fromLocalFile(output).toEncoded()) +
+             QStringLiteral("\"/>");
     return s;
 }
 
@@ -213,24 +219,27 @@ struct Tab {
         return n < 1 ? QStringLiteral("0") : QString::number(n);
     }
 
-    // STYLE(x) and, without the background, STYLEFG(x).
+    // STYLE(x) and, without the background, STYLEFG(x). Written as valid
+    // CSS: the font in longhands (the "font:" shorthand of a chapter title
+    // without its size is invalid, and browsers drop the whole rule), and
+    // colours with their "#". Every value the tab sets is kept.
     QString style(const QString& group, const QString& bgControl, bool withBackground) const
     {
         auto c = [&](const QString& pre, const QString& suf) { return pre + group + suf; };
-        QString s = QStringLiteral("font: ");
-        if (p.check(c("chk", "Bold"), t))
-            s += QStringLiteral("bold ");
-        if (p.check(c("chk", "Italic"), t))
-            s += QStringLiteral("italic ");
+        QString s = QStringLiteral("font-style: ") +
+                    (p.check(c("chk", "Italic"), t) ? QStringLiteral("italic") : QStringLiteral("normal")) +
+                    QStringLiteral("; font-weight: ") +
+                    (p.check(c("chk", "Bold"), t) ? QStringLiteral("bold") : QStringLiteral("normal")) +
+                    QStringLiteral("; ");
         if (group != QLatin1String("ChapterTitle") || p.check(QStringLiteral("chkSameSize"), t))
-            s += sizeText(p.text(c("cmb", "Size"), t)) + QStringLiteral("pt ");
-        s += cssFontFamily(p.text(c("cmb", "Font"), t)) + QStringLiteral("; ");
+            s += QStringLiteral("font-size: ") + sizeText(p.text(c("cmb", "Size"), t)) + QStringLiteral("pt; ");
+        s += QStringLiteral("font-family: ") + cssFontFamily(p.text(c("cmb", "Font"), t)) + QStringLiteral("; ");
         if (p.check(c("chk", "Uline"), t))
             s += QStringLiteral("text-decoration: underline; ");
-        s += QStringLiteral("color: ") + cOutputProperties::colorToHex(p.color(c("pic", "Color"), t)) +
+        s += QStringLiteral("color: #") + cOutputProperties::colorToHex(p.color(c("pic", "Color"), t)) +
              QStringLiteral("; ");
         if (withBackground)
-            s += QStringLiteral("background-color: ") + cOutputProperties::colorToHex(p.color(bgControl, t));
+            s += QStringLiteral("background-color: #") + cOutputProperties::colorToHex(p.color(bgControl, t));
         return s;
     }
     QString style(const QString& group) const
@@ -238,6 +247,9 @@ struct Tab {
         return style(group, QStringLiteral("pic") + group + QStringLiteral("BGColor"), true);
     }
 
+    // The pages' headings start at h1 on every page, so the book's title is
+    // told by its place, not by h1; the author is a line of the title page;
+    // a note's title has its division's level plus one; captions are bold.
     QString cssPart() const
     {
         QString s;
@@ -248,18 +260,21 @@ struct Tab {
              QStringLiteral("</xsl:text></xsl:param>");
         s += placement();
         s += QStringLiteral("<xsl:template name=\"user.head.content\"><style type=\"text/css\">");
-        s += QStringLiteral("h1.title{") + style(QStringLiteral("BookTitle")) + QStringLiteral("}");
-        s += QStringLiteral("h3.corpauthor{") + style(QStringLiteral("Author")) + QStringLiteral("}");
         QString chapter = style(QStringLiteral("ChapterTitle"));
-        for (const char* h : {"h2", "h3", "h4", "h5"})
+        for (const char* h : {"h1", "h2", "h3", "h4", "h5", "h6"})
             s += QString::fromLatin1(h) + QStringLiteral(".title{") + chapter + QStringLiteral("}");
-        s += QStringLiteral("div.note h3.title{") +
+        s += QStringLiteral("div.book>div.titlepage h1.title{") + style(QStringLiteral("BookTitle")) +
+             QStringLiteral("}");
+        s += QStringLiteral(".corpauthor{") + style(QStringLiteral("Author")) + QStringLiteral("}");
+        s += QStringLiteral("div.note>.title{") +
              style(QStringLiteral("NoteTitle"), QStringLiteral("picNoteBGColor"), true) + QStringLiteral("}");
-        s += QStringLiteral("p.title i{") + style(QStringLiteral("Descrp")) + QStringLiteral("}");
+        s += QStringLiteral("p.title b,p.title i{") + style(QStringLiteral("Descrp")) + QStringLiteral("}");
         QString header = style(QStringLiteral("Header"), QString(), false);
         s += QStringLiteral("thead tr th{") + header + QStringLiteral("}");
         s += QStringLiteral("thead tr th span.bold b{") + header + QStringLiteral("}");
-        s += QStringLiteral("thead{background-color: ") + hex("picHeaderBGColor") + QStringLiteral("}");
+        s += QStringLiteral("thead{background-color: #") + hex("picHeaderBGColor") + QStringLiteral("}");
+        // The contents are lists now, shown as the indented lines they were.
+        s += QStringLiteral("div.toc ul,div.list-of-figures ul,div.list-of-tables ul{list-style-type: none}");
         s += QStringLiteral("</style></xsl:template>");
         return s;
     }
@@ -275,8 +290,7 @@ struct Tab {
     QString attrs(const QString& group) const
     {
         auto c = [&](const QString& pre, const QString& suf) { return pre + group + suf; };
-        QString s = attribute(QStringLiteral("font-family"),
-                              foFontFamily(p.text(c("cmb", "Font"), t), p.fontConfigurationFound));
+        QString s = attribute(QStringLiteral("font-family"), foFamily(p.text(c("cmb", "Font"), t)));
         if (group != QLatin1String("ChapterTitle") || p.check(QStringLiteral("chkSameSize"), t))
             s += attribute(QStringLiteral("font-size"), sizeText(p.text(c("cmb", "Size"), t)) + QStringLiteral("pt"));
         if (p.check(c("chk", "Italic"), t))
@@ -289,6 +303,13 @@ struct Tab {
                        QStringLiteral("#") + cOutputProperties::colorToHex(p.color(c("pic", "Color"), t)));
         return s;
     }
+    // The tab's font with the configured fallbacks, so that a script the
+    // font lacks still prints in an embedded face.
+    QString foFamily(const QString& comboText) const
+    {
+        return foFontList(foFontFamily(comboText, p.fontConfigurationFound), p.configuredFonts);
+    }
+
     QString background(const char* control) const
     {
         return attribute(QStringLiteral("background-color"), QStringLiteral("#") + hex(control));
@@ -310,6 +331,9 @@ QString cOutputProperties::GetHHStylesheet() const
     s += x.tocParam();
     s += boolParam(QStringLiteral("htmlhelp.show.advanced.search"), x.chk("chkHHAdvSearch"));
     s += boolParam(QStringLiteral("htmlhelp.hhc.show.root"), x.chk("chkHHToCRoot"));
+    // The keywords go into index.hhk, from which the compiler builds the
+    // Index tab; it does not collect them from the pages.
+    s += param(QStringLiteral("htmlhelp.use.hhk"), QStringLiteral("1"));
     s += param(QStringLiteral("chunk.section.depth"), x.depth());
     s += x.cssPart();
     return s + kTail;
@@ -344,20 +368,21 @@ QString cOutputProperties::GetHTMLFramesStylesheet() const
     s += param(QStringLiteral("chunk.section.depth"), x.depth());
     s += x.cssPart();
     s += QStringLiteral("<xsl:template name=\"toc.user.head.content\"><style type=\"text/css\">");
-    QString T = QStringLiteral("font: ");
-    if (x.chk("chkToCBold"))
-        T += QStringLiteral("bold ");
-    if (x.chk("chkTocItalic"))
-        T += QStringLiteral("italic ");
-    T += sizeText(x.txt("cmbToCSize")) + QStringLiteral("pt ") + cssFontFamily(x.txt("cmbToCFont")) +
-         QStringLiteral("; ");
+    // Valid CSS as in the pages' part; "cursor: hand" is pointer's old
+    // name, which no browser after IE 5 knows.
+    QString T = QStringLiteral("font-style: ") +
+                (x.chk("chkTocItalic") ? QStringLiteral("italic") : QStringLiteral("normal")) +
+                QStringLiteral("; font-weight: ") +
+                (x.chk("chkToCBold") ? QStringLiteral("bold") : QStringLiteral("normal")) +
+                QStringLiteral("; font-size: ") + sizeText(x.txt("cmbToCSize")) + QStringLiteral("pt; font-family: ") +
+                cssFontFamily(x.txt("cmbToCFont")) + QStringLiteral("; ");
     T += x.chk("chkToCUline") ? QStringLiteral("text-decoration: underline; ")
                               : QStringLiteral("text-decoration: none; ");
-    T += QStringLiteral("color: ") + x.hex("picToCColor") + QStringLiteral("; ") +
-         QStringLiteral("background-color: ") + x.hex("picToCBGColor");
+    T += QStringLiteral("color: #") + x.hex("picToCColor") + QStringLiteral("; ") +
+         QStringLiteral("background-color: #") + x.hex("picToCBGColor");
     s += QStringLiteral("a{") + T + QStringLiteral("}") + QStringLiteral("a:visited{") + T + QStringLiteral("}");
-    s += QStringLiteral("a.symbol{cursor:hand}div{margin-left: 10pt}");
-    s += QStringLiteral("body{background-color: ") + x.hex("picToCBGColor") + QStringLiteral("}");
+    s += QStringLiteral("a.symbol{cursor:pointer}div{margin-left: 10pt}");
+    s += QStringLiteral("body{background-color: #") + x.hex("picToCBGColor") + QStringLiteral("}");
     s += QStringLiteral("</style></xsl:template>");
     auto sp = [](const QString& name, const QString& value) {
         return QStringLiteral("<xsl:param name=\"") + name + QStringLiteral("\" select=\"'") + value +
@@ -410,6 +435,21 @@ QString cOutputProperties::GetPDFStylesheet() const
     long long cols = roundEven(val(x.txt("txtColNumber")));
     s += param(QStringLiteral("column.count.body"), cols < 1 ? QStringLiteral("1") : QString::number(cols));
     s += QStringLiteral("<xsl:param name=\"paper.type\" select=\"'") + x.txt("cmbPaperType") + QStringLiteral("'\"/>");
+    // DocBook's title page, headings, running heads, page numbers and list
+    // marks take these families, not the attribute sets: without them FOP
+    // falls back on its base fonts, which are neither embedded nor more than
+    // Western European.
+    const QString body = x.foFamily(x.txt("cmbBodyFont"));
+    auto fp = [](const QString& name, const QString& value) {
+        return QStringLiteral("<xsl:param name=\"") + name + QStringLiteral("\" select=\"'") + value +
+               QStringLiteral("'\"/>");
+    };
+    s += fp(QStringLiteral("body.font.family"), body);
+    s += fp(QStringLiteral("title.font.family"), x.foFamily(x.txt("cmbChapterTitleFont")));
+    s += fp(QStringLiteral("sans.font.family"), x.foFamily(QStringLiteral("Arial")));
+    s += fp(QStringLiteral("monospace.font.family"), x.foFamily(QStringLiteral("Courier")));
+    s += fp(QStringLiteral("symbol.font.family"), body);
+    s += fp(QStringLiteral("dingbat.font.family"), body);
     s += set(QStringLiteral("root.properties")) + x.attrs(QStringLiteral("Body")) + endSet;
     s += set(QStringLiteral("admonition.title.properties")) + x.attrs(QStringLiteral("NoteTitle")) +
          x.background("picNoteBGColor") + endSet;

@@ -292,7 +292,8 @@ XsltResult XsltTransform::run()
             messages += QStringLiteral("The stylesheet cannot be read.\n");
         } else {
             QByteArray inName = QFile::encodeName(QFileInfo(job.input).absoluteFilePath());
-            d->doc.reset(xmlReadFile(inName.constData(), nullptr, opts));
+            const int inputOpts = job.inputDtd ? opts : opts & ~(XML_PARSE_DTDLOAD | XML_PARSE_DTDATTR);
+            d->doc.reset(xmlReadFile(inName.constData(), nullptr, inputOpts));
             if (!d->doc) {
                 if (capture.any())
                     messages += capture.first().message + QLatin1Char('\n');

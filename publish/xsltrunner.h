@@ -28,6 +28,9 @@ struct XsltFunction {
 struct XsltJob {
     QString stylesheet;   // file of the stylesheet
     QString input;        // file of the source document; entities are expanded
+    // Whether the source's external DTD is read (for its default
+    // attributes); DocBook's stylesheets need nothing of theirs.
+    bool inputDtd = true;
     QString output;       // file of the main result; empty: the result is not saved
     QString outputBase;   // folder against which the stylesheet's own files are written
     QStringList readFolders;  // folders from which documents and entities may be read

@@ -66,4 +66,40 @@
   </xsl:choose>
 </xsl:template>
 
+<!-- The entries of index.hhk: DocBook searches the whole book for every
+     term with a secondary; the key answers at once. -->
+<xsl:template match="indexterm" mode="hhk">
+  <xsl:variable name="primary" select="normalize-space(primary)"/>
+  <xsl:variable name="secondary" select="normalize-space(secondary)"/>
+  <xsl:variable name="tertiary" select="normalize-space(tertiary)"/>
+
+  <xsl:call-template name="write.indexterm.hhk">
+    <xsl:with-param name="text" select="$primary"/>
+    <xsl:with-param name="seealso" select="seealso"/>
+  </xsl:call-template>
+
+  <xsl:if test="secondary">
+    <xsl:if test="not(key('quillary.primary-alone', $primary))">
+      <xsl:call-template name="write.indexterm.hhk">
+        <xsl:with-param name="text" select="$primary"/>
+        <xsl:with-param name="seealso" select="$primary"/>
+      </xsl:call-template>
+    </xsl:if>
+    <UL>
+    <xsl:call-template name="write.indexterm.hhk">
+      <xsl:with-param name="text" select="$secondary"/>
+      <xsl:with-param name="seealso" select="secondary/seealso"/>
+    </xsl:call-template>
+    <xsl:if test="tertiary">
+      <UL><xsl:text>&#10;</xsl:text>
+      <xsl:call-template name="write.indexterm.hhk">
+        <xsl:with-param name="text" select="$tertiary"/>
+        <xsl:with-param name="seealso" select="tertiary/seealso"/>
+      </xsl:call-template>
+      </UL>
+    </xsl:if>
+    </UL>
+  </xsl:if>
+</xsl:template>
+
 </xsl:stylesheet>

@@ -56,30 +56,24 @@
   </book>
 </xsl:template>
 
+<!-- A chapter or subchapter with no topic of this output is left out: it
+     would be an empty page and an entry in the contents that leads there. -->
 <xsl:template match="chapter">
-  <chapter>
-    <title><xsl:value-of select="title[@lang = $language]"/></title>
-    <xsl:variable name="parts" select="subchapter | topic[not(@output) or @output = $out]"/>
-    <xsl:choose>
-      <xsl:when test="$parts">
-        <xsl:apply-templates select="$parts"/>
-      </xsl:when>
-      <xsl:otherwise><para/></xsl:otherwise>
-    </xsl:choose>
-  </chapter>
+  <xsl:if test=".//topic[not(ancestor-or-self::*[@output and @output != $out])]">
+    <chapter>
+      <title><xsl:value-of select="title[@lang = $language]"/></title>
+      <xsl:apply-templates select="subchapter | topic[not(@output) or @output = $out]"/>
+    </chapter>
+  </xsl:if>
 </xsl:template>
 
 <xsl:template match="subchapter">
-  <section id="{@id}">
-    <title><xsl:value-of select="title[@lang = $language]"/></title>
-    <xsl:variable name="parts" select="subchapter | topic[not(@output) or @output = $out]"/>
-    <xsl:choose>
-      <xsl:when test="$parts">
-        <xsl:apply-templates select="$parts"/>
-      </xsl:when>
-      <xsl:otherwise><para/></xsl:otherwise>
-    </xsl:choose>
-  </section>
+  <xsl:if test=".//topic[not(ancestor-or-self::*[@output and @output != $out])]">
+    <section id="{@id}">
+      <title><xsl:value-of select="title[@lang = $language]"/></title>
+      <xsl:apply-templates select="subchapter | topic[not(@output) or @output = $out]"/>
+    </section>
+  </xsl:if>
 </xsl:template>
 
 <xsl:template match="topic">
@@ -223,14 +217,61 @@
           </xsl:if>
         </imagedata>
       </imageobject>
-      <xsl:if test="normalize-space(.) != ''">
-        <textobject><phrase><xsl:value-of select="normalize-space(.)"/></phrase></textobject>
-      </xsl:if>
+      <!-- The caption is the picture's text; without one its file's name
+           is better than none. -->
+      <textobject>
+        <phrase>
+          <xsl:choose>
+            <xsl:when test="normalize-space(.) != ''"><xsl:value-of select="normalize-space(.)"/></xsl:when>
+            <xsl:otherwise>
+              <xsl:call-template name="base.name">
+                <xsl:with-param name="path" select="translate(@file, '\', '/')"/>
+              </xsl:call-template>
+            </xsl:otherwise>
+          </xsl:choose>
+        </phrase>
+      </textobject>
     </xsl:when>
     <xsl:otherwise>
       <!-- An image from a script or data address is left out; its caption stays. -->
       <textobject><phrase><xsl:value-of select="normalize-space(.)"/></phrase></textobject>
     </xsl:otherwise>
+  </xsl:choose>
+</xsl:template>
+
+<!-- A file's name without its folders and its last extension. -->
+<xsl:template name="base.name">
+  <xsl:param name="path"/>
+  <xsl:choose>
+    <xsl:when test="contains($path, '/')">
+      <xsl:call-template name="base.name">
+        <xsl:with-param name="path" select="substring-after($path, '/')"/>
+      </xsl:call-template>
+    </xsl:when>
+    <xsl:otherwise>
+      <xsl:call-template name="without.extension">
+        <xsl:with-param name="name" select="$path"/>
+      </xsl:call-template>
+    </xsl:otherwise>
+  </xsl:choose>
+</xsl:template>
+
+<xsl:template name="without.extension">
+  <xsl:param name="name"/>
+  <xsl:param name="done" select="''"/>
+  <xsl:choose>
+    <xsl:when test="contains($name, '.')">
+      <xsl:call-template name="without.extension">
+        <xsl:with-param name="name" select="substring-after($name, '.')"/>
+        <xsl:with-param name="done">
+          <xsl:value-of select="$done"/>
+          <xsl:if test="$done != ''">.</xsl:if>
+          <xsl:value-of select="substring-before($name, '.')"/>
+        </xsl:with-param>
+      </xsl:call-template>
+    </xsl:when>
+    <xsl:when test="$done != ''"><xsl:value-of select="$done"/></xsl:when>
+    <xsl:otherwise><xsl:value-of select="$name"/></xsl:otherwise>
   </xsl:choose>
 </xsl:template>
 

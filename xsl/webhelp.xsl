@@ -46,13 +46,27 @@
     <xsl:with-param name="filename" select="concat($base.dir, 'index.html')"/>
     <xsl:with-param name="quiet" select="1"/>
     <xsl:with-param name="content">
+      <xsl:variable name="contents">
+        <xsl:call-template name="gentext">
+          <xsl:with-param name="key" select="'TableofContents'"/>
+        </xsl:call-template>
+      </xsl:variable>
       <html>
+        <xsl:call-template name="root.attributes"/>
         <head>
           <title><xsl:call-template name="webhelp.title"/></title>
         </head>
         <frameset cols="28%,*">
-          <frame name="toc" src="{$webhelp.toc.filename}"/>
-          <frame name="{$webhelp.toc.target}" src="{concat($root.filename, $html.ext)}"/>
+          <frame name="toc" src="{$webhelp.toc.filename}" title="{$contents}"/>
+          <frame name="{$webhelp.toc.target}" src="{concat($root.filename, $html.ext)}">
+            <xsl:attribute name="title"><xsl:call-template name="webhelp.title"/></xsl:attribute>
+          </frame>
+          <!-- A reader without frames gets the contents, whose links lead on. -->
+          <noframes>
+            <body>
+              <p><a href="{$webhelp.toc.filename}"><xsl:value-of select="$contents"/></a></p>
+            </body>
+          </noframes>
         </frameset>
       </html>
     </xsl:with-param>
@@ -65,6 +79,7 @@
     <xsl:with-param name="quiet" select="1"/>
     <xsl:with-param name="content">
       <html>
+        <xsl:call-template name="root.attributes"/>
         <head>
           <title><xsl:call-template name="webhelp.title"/></title>
           <xsl:call-template name="toc.user.head.content"/>
@@ -84,11 +99,15 @@ function activate(a) {
             <xsl:text>');
   active = a;
 }
-function toggle(id, img) {
+function toggle(id, a) {
   var d = document.getElementById(id);
+  var img = a.getElementsByTagName('img')[0];
   var open = d.style.display == 'none';
   d.style.display = open ? 'block' : 'none';
+  a.setAttribute('aria-expanded', open ? 'true' : 'false');
   img.src = open ? 'img/chapter_e.gif' : 'img/chapter_c.gif';
+  img.alt = open ? '-' : '+';
+  return false;
 }
 </xsl:text>
           </script>
@@ -124,12 +143,14 @@ function toggle(id, img) {
   <div class="webhelp-entry">
     <xsl:choose>
       <xsl:when test="$children">
-        <a class="symbol" onclick="toggle('{$id}', this.firstChild)">
-          <img src="img/chapter_c.gif" border="0" alt="+"/>
+        <!-- A link, so that the keyboard reaches it; it says whether it is open. -->
+        <a class="symbol" href="#" role="button" aria-expanded="false" aria-controls="{$id}"
+           onclick="return toggle('{$id}', this)">
+          <img src="img/chapter_c.gif" alt="+"/>
         </a>
       </xsl:when>
       <xsl:otherwise>
-        <img src="img/topic.gif" border="0" alt=""/>
+        <img src="img/topic.gif" alt=""/>
       </xsl:otherwise>
     </xsl:choose>
     <xsl:text> </xsl:text>

@@ -256,7 +256,7 @@ TEST_F(ChunkerRun, GivesDocBooksOwnPagesWithAnyNumberOfWorkers)
     const QRegularExpressionMatch m = lof.match(QString::fromLatin1(frames.at("main.html")));
     ASSERT_TRUE(m.hasMatch());
     const QString anchor = m.captured(1).section('#', 1);
-    EXPECT_TRUE(frames.at("ch01s01.html").contains(("name=\"" + anchor + "\"").toLatin1()));
+    EXPECT_TRUE(frames.at("ch01s01.html").contains(("id=\"" + anchor + "\"").toLatin1()));
 }
 
 TEST_F(ChunkerRun, LeavesWhatItDoesNotKnowToDocBookAndWritesNothing)

@@ -24,27 +24,35 @@ protected:
     }
 };
 
-// The CSS part as the defaults of the HTML tab give it, typed out.
+// The CSS part as the defaults of the HTML tab give it, typed out: valid
+// CSS, the font in longhands, colours with "#".
 QString cssPartHTML()
 {
-    return "<xsl:template name=\"body.attributes\"><xsl:attribute name=\"style\">font: 12pt " + TNR +
-           "; color: 000000; background-color: FFFFFF</xsl:attribute></xsl:template>"
-           "<xsl:param name=\"admon.style\"><xsl:text>margin-left: 0.5in; margin-right: 0.5in; font: 12pt " +
-           TNR +
-           "; color: 000000; background-color: ADD0FC</xsl:text></xsl:param>"
-           "<xsl:param name=\"formal.title.placement\">figure after table after</xsl:param>"
-           "<xsl:template name=\"user.head.content\"><style type=\"text/css\">"
-           "h1.title{font: bold 24pt " +
-           TNR + "; color: 000000; background-color: ADD0FC}" + "h3.corpauthor{font: bold 14pt " + TNR +
-           "; color: 000000; background-color: FFFFFF}" + "h2.title{font: bold " + TNR +
-           "; color: 000000; background-color: FFFFFF}" + "h3.title{font: bold " + TNR +
-           "; color: 000000; background-color: FFFFFF}" + "h4.title{font: bold " + TNR +
-           "; color: 000000; background-color: FFFFFF}" + "h5.title{font: bold " + TNR +
-           "; color: 000000; background-color: FFFFFF}" + "div.note h3.title{font: bold 14pt " + TNR +
-           "; color: 000000; background-color: ADD0FC}" + "p.title i{font: italic 12pt " + TNR +
-           "; color: 000000; background-color: FFFFFF}" + "thead tr th{font: bold 12pt " + TNR +
-           "; color: 000000; }" + "thead tr th span.bold b{font: bold 12pt " + TNR + "; color: 000000; }" +
-           "thead{background-color: ADD0FC}" + "</style></xsl:template>";
+    const QString F = "; font-family: " + TNR + "; ";
+    const QString chapter = "font-style: normal; font-weight: bold" + F + "color: #000000; background-color: #FFFFFF";
+    QString s = "<xsl:template name=\"body.attributes\"><xsl:attribute name=\"style\">font-style: normal; "
+                "font-weight: normal; font-size: 12pt" + F + "color: #000000; background-color: #FFFFFF"
+                "</xsl:attribute></xsl:template>"
+                "<xsl:param name=\"admon.style\"><xsl:text>margin-left: 0.5in; margin-right: 0.5in; font-style: "
+                "normal; font-weight: normal; font-size: 12pt" + F + "color: #000000; background-color: #ADD0FC"
+                "</xsl:text></xsl:param>"
+                "<xsl:param name=\"formal.title.placement\">figure after table after</xsl:param>"
+                "<xsl:template name=\"user.head.content\"><style type=\"text/css\">";
+    for (const char* h : {"h1", "h2", "h3", "h4", "h5", "h6"})
+        s += QString(h) + ".title{" + chapter + "}";
+    s += "div.book>div.titlepage h1.title{font-style: normal; font-weight: bold; font-size: 24pt" + F +
+         "color: #000000; background-color: #ADD0FC}"
+         ".corpauthor{font-style: normal; font-weight: bold; font-size: 14pt" + F +
+         "color: #000000; background-color: #FFFFFF}"
+         "div.note>.title{font-style: normal; font-weight: bold; font-size: 14pt" + F +
+         "color: #000000; background-color: #ADD0FC}"
+         "p.title b,p.title i{font-style: italic; font-weight: normal; font-size: 12pt" + F +
+         "color: #000000; background-color: #FFFFFF}"
+         "thead tr th{font-style: normal; font-weight: bold; font-size: 12pt" + F + "color: #000000; }"
+         "thead tr th span.bold b{font-style: normal; font-weight: bold; font-size: 12pt" + F + "color: #000000; }"
+         "thead{background-color: #ADD0FC}div.toc ul,div.list-of-figures ul,div.list-of-tables ul{list-style-type: none}"
+         "</style></xsl:template>";
+    return s;
 }
 
 TEST_F(Generators, HTMLDefaults)
@@ -80,9 +88,11 @@ TEST_F(Generators, HHDefaults)
     cOutputProperties p;
     QString css = cssPartHTML();
     // HTML Help's chapter titles have a blue background by default.
-    for (const char* h : {"h2", "h3", "h4", "h5"})
-        css.replace(QString(h) + ".title{font: bold " + TNR + "; color: 000000; background-color: FFFFFF}",
-                    QString(h) + ".title{font: bold " + TNR + "; color: 000000; background-color: ADD0FC}");
+    for (const char* h : {"h1", "h2", "h3", "h4", "h5", "h6"})
+        css.replace(QString(h) + ".title{font-style: normal; font-weight: bold; font-family: " + TNR +
+                        "; color: #000000; background-color: #FFFFFF}",
+                    QString(h) + ".title{font-style: normal; font-weight: bold; font-family: " + TNR +
+                        "; color: #000000; background-color: #ADD0FC}");
     QString expected = HEAD + "<xsl:import href=\"file:///db/htmlhelp/htmlhelp.xsl\"/>" +
                        "<xsl:param name=\"saxon.character.representation\" select=\"native\"/>" +
                        "<xsl:param name=\"chunk.tocs.and.lots\" select=\"0\"/>" +
@@ -93,6 +103,7 @@ TEST_F(Generators, HHDefaults)
                        "<xsl:param name=\"generate.toc\">book nop chapter toc section toc</xsl:param>" +
                        "<xsl:param name=\"htmlhelp.show.advanced.search\" select=\"1\"/>" +
                        "<xsl:param name=\"htmlhelp.hhc.show.root\" select=\"1\"/>" +
+                       "<xsl:param name=\"htmlhelp.use.hhk\" select=\"1\"/>" +
                        "<xsl:param name=\"chunk.section.depth\" select=\"10\"/>" + css + "</xsl:stylesheet>";
     EXPECT_EQ(p.GetHHStylesheet(), expected);
 }
@@ -101,11 +112,14 @@ TEST_F(Generators, FramesDefaults)
 {
     cOutputProperties p;
     QString css = cssPartHTML();
-    for (const char* h : {"h2", "h3", "h4", "h5"})
-        css.replace(QString(h) + ".title{font: bold " + TNR + "; color: 000000; background-color: FFFFFF}",
-                    QString(h) + ".title{font: bold " + TNR + "; color: 000000; background-color: ADD0FC}");
-    const QString T = "font: bold 10pt Arial,Helvetica,Lucida,sans-serif; text-decoration: none; color: 000080; "
-                      "background-color: FFFFFF";
+    for (const char* h : {"h1", "h2", "h3", "h4", "h5", "h6"})
+        css.replace(QString(h) + ".title{font-style: normal; font-weight: bold; font-family: " + TNR +
+                        "; color: #000000; background-color: #FFFFFF}",
+                    QString(h) + ".title{font-style: normal; font-weight: bold; font-family: " + TNR +
+                        "; color: #000000; background-color: #ADD0FC}");
+    const QString T = "font-style: normal; font-weight: bold; font-size: 10pt; font-family: "
+                      "Arial,Helvetica,Lucida,sans-serif; text-decoration: none; color: #000080; "
+                      "background-color: #FFFFFF";
     QString expected = HEAD + "<xsl:import href=\"file:///prog/webhelp.xsl\"/>" +
                        "<xsl:param name=\"saxon.character.representation\" select=\"native\"/>" +
                        "<xsl:param name=\"toc.section.depth\" select=\"20\"/>" +
@@ -117,8 +131,8 @@ TEST_F(Generators, FramesDefaults)
                        "<xsl:param name=\"section.autolabel\" select=\"1\"/>" +
                        "<xsl:param name=\"chunk.section.depth\" select=\"10\"/>" + css +
                        "<xsl:template name=\"toc.user.head.content\"><style type=\"text/css\">" + "a{" + T + "}" +
-                       "a:visited{" + T + "}" + "a.symbol{cursor:hand}div{margin-left: 10pt}" +
-                       "body{background-color: FFFFFF}" + "</style></xsl:template>" +
+                       "a:visited{" + T + "}" + "a.symbol{cursor:pointer}div{margin-left: 10pt}" +
+                       "body{background-color: #FFFFFF}" + "</style></xsl:template>" +
                        "<xsl:param name=\"toc.inactive.color\" select=\"'000080'\"/>" +
                        "<xsl:param name=\"toc.inactive.bgcolor\" select=\"'FFFFFF'\"/>" +
                        "<xsl:param name=\"toc.active.color\" select=\"'FFFFFF'\"/>" +
@@ -155,7 +169,13 @@ TEST_F(Generators, PDFDefaults)
         "<xsl:param name=\"section.label.includes.component.label\" select=\"1\"/>" +
         "<xsl:param name=\"chapter.autolabel\" select=\"1\"/>" + "<xsl:param name=\"section.autolabel\" select=\"1\"/>" +
         "<xsl:param name=\"toc.section.depth\" select=\"10\"/>" + "<xsl:param name=\"column.count.body\" select=\"1\"/>" +
-        "<xsl:param name=\"paper.type\" select=\"'A4'\"/>" + "<xsl:attribute-set name=\"root.properties\">" +
+        "<xsl:param name=\"paper.type\" select=\"'A4'\"/>" +
+        "<xsl:param name=\"body.font.family\" select=\"'serif'\"/>" +
+        "<xsl:param name=\"title.font.family\" select=\"'sans-serif'\"/>" +
+        "<xsl:param name=\"sans.font.family\" select=\"'sans-serif'\"/>" +
+        "<xsl:param name=\"monospace.font.family\" select=\"'monospace'\"/>" +
+        "<xsl:param name=\"symbol.font.family\" select=\"'serif'\"/>" +
+        "<xsl:param name=\"dingbat.font.family\" select=\"'serif'\"/>" + "<xsl:attribute-set name=\"root.properties\">" +
         attr("font-family", "serif") + attr("font-size", "10pt") + attr("font-weight", "normal") +
         attr("color", "#000000") + "</xsl:attribute-set>" + "<xsl:attribute-set name=\"admonition.title.properties\">" +
         attr("font-family", "sans-serif") + attr("font-size", "12pt") + attr("font-weight", "bold") +
@@ -179,12 +199,28 @@ TEST_F(Generators, PDFDefaults)
     // With the font configuration the triplets are named, and the same size
     // brings the title size back.
     p.fontConfigurationFound = true;
+    p.configuredFonts = {"Arial", "ArialMT", "Times", "TimesMT", "Courier", "CourierMT"};
     p.setCheck("chkSameSize", cOutputProperties::kPDF, true);
     QString s = p.GetPDFStylesheet();
     EXPECT_TRUE(s.contains("<xsl:attribute-set name=\"section.title.properties\">" + attr("font-family", "Arial") +
                            attr("font-size", "16pt") + attr("font-weight", "bold") + attr("color", "#000000") +
                            "</xsl:attribute-set>"));
     EXPECT_TRUE(s.contains("<xsl:attribute-set name=\"root.properties\">" + attr("font-family", "Times")));
+    EXPECT_TRUE(s.contains("<xsl:param name=\"title.font.family\" select=\"'Arial'\"/>"));
+
+    // The configured fallbacks follow each font, in the order of its kind.
+    p.configuredFonts << "DejaVuSerif" << "DejaVuSans" << "DejaVuSansMono" << "CJK";
+    s = p.GetPDFStylesheet();
+    EXPECT_TRUE(s.contains("<xsl:param name=\"body.font.family\" select=\"'Times,DejaVuSerif,DejaVuSans,CJK'\"/>"));
+    EXPECT_TRUE(s.contains("<xsl:param name=\"title.font.family\" select=\"'Arial,DejaVuSans,CJK'\"/>"));
+    EXPECT_TRUE(s.contains(
+        "<xsl:param name=\"monospace.font.family\" select=\"'Courier,DejaVuSansMono,DejaVuSans,CJK'\"/>"));
+    EXPECT_TRUE(s.contains("<xsl:param name=\"symbol.font.family\" select=\"'Times,DejaVuSerif,DejaVuSans,CJK'\"/>"));
+    EXPECT_TRUE(s.contains("<xsl:attribute-set name=\"admonition.title.properties\">" +
+                           attr("font-family", "Arial,DejaVuSans,CJK")));
+    p.configuredFonts = {"Arial", "Times", "Courier", "CJK"};
+    EXPECT_TRUE(p.GetPDFStylesheet().contains(
+        "<xsl:param name=\"body.font.family\" select=\"'Times,CJK'\"/>"));
 }
 
 TEST_F(Generators, ValueRoutines)
@@ -223,8 +259,9 @@ TEST_F(Generators, ComicSansAndUnderline)
     p.setText("cmbBodyFont", t, "Comic Sans");
     p.setCheck("chkBodyUline", t, true);
     EXPECT_TRUE(p.GetHTMLStylesheet().contains(
-        "<xsl:attribute name=\"style\">font: 12pt \"Comic Sans\",cursive; text-decoration: underline; color: 000000; "
-        "background-color: FFFFFF</xsl:attribute>"));
+        "<xsl:attribute name=\"style\">font-style: normal; font-weight: normal; font-size: 12pt; font-family: "
+        "\"Comic Sans\",cursive; text-decoration: underline; color: #000000; background-color: #FFFFFF"
+        "</xsl:attribute>"));
 }
 
 } // namespace
