@@ -15,6 +15,32 @@ const char* const kWords[] = {
     "image", "table", "column", "row", "keyword", "index", "link", "anchor", "note", "warning", "help",
     "output", "print", "online", "version", "author", "title", "text", "paragraph", "field", "value"};
 
+// Words in a language's own letters, for titles and keywords; none for the
+// languages whose generated text stays English.
+QStringList nationalWords(const QString& lang)
+{
+    if (lang == QLatin1String("cs"))
+        return {QStringLiteral("Přehled"), QStringLiteral("nastavení"), QStringLiteral("žluťoučký"),
+                QStringLiteral("kůň"), QStringLiteral("úpěl"), QStringLiteral("ďábelské"), QStringLiteral("ódy")};
+    if (lang == QLatin1String("ru"))
+        return {QStringLiteral("Обзор"), QStringLiteral("настройки"), QStringLiteral("съешь"), QStringLiteral("ещё"),
+                QStringLiteral("мягких"), QStringLiteral("французских"), QStringLiteral("булок")};
+    return {};
+}
+
+QString national(const QString& lang, int n)
+{
+    const QStringList w = nationalWords(lang);
+    return w.isEmpty() ? QString() : QLatin1Char(' ') + w[n % w.size()];
+}
+
+// A PNG of 1 x 1 pixel.
+const unsigned char kPixel[] = {0x89, 0x50, 0x4E, 0x47, 0x0D, 0x0A, 0x1A, 0x0A, 0x00, 0x00, 0x00, 0x0D, 0x49, 0x48,
+                                0x44, 0x52, 0x00, 0x00, 0x00, 0x01, 0x00, 0x00, 0x00, 0x01, 0x08, 0x06, 0x00, 0x00,
+                                0x00, 0x1F, 0x15, 0xC4, 0x89, 0x00, 0x00, 0x00, 0x0D, 0x49, 0x44, 0x41, 0x54, 0x78,
+                                0x9C, 0x63, 0xF8, 0xCF, 0xC0, 0xF0, 0x1F, 0x00, 0x05, 0x00, 0x01, 0xFF, 0x89, 0x99,
+                                0x3D, 0x1D, 0x00, 0x00, 0x00, 0x00, 0x49, 0x45, 0x4E, 0x44, 0xAE, 0x42, 0x60, 0x82};
+
 struct Writer {
     std::mt19937 rng;
     int anchor = 0;
@@ -42,7 +68,8 @@ struct Writer {
     QString body(const QString& lang, int topicNo)
     {
         QString b;
-        b += QStringLiteral("<index><primary>") + words(1) + QStringLiteral("</primary><secondary>") + words(2) +
+        b += QStringLiteral("<index><primary>") + words(1) + national(lang, topicNo) +
+             QStringLiteral("</primary><secondary>") + words(2) +
              QStringLiteral("</secondary></index>");
         b += QStringLiteral("<p>") + sentence(14) + QStringLiteral(" ") + sentence(10) + QStringLiteral("</p>");
         b += QStringLiteral("<p><title>") + words(3) + QStringLiteral("</title>") + sentence(8) + QStringLiteral(" <sign>") +
@@ -83,7 +110,7 @@ struct Writer {
         for (const QString& l : langs)
             s += QStringLiteral("<title lang=\"") + l + QStringLiteral("\" state=\"") +
                  (no % 5 ? QStringLiteral("uncomplete") : QStringLiteral("complete")) + QStringLiteral("\" stamp=\"") +
-                 stamp + QStringLiteral("\">") + title + QStringLiteral("</title>");
+                 stamp + QStringLiteral("\">") + title + national(l, no) + QStringLiteral("</title>");
         for (const QString& l : langs)
             s += QStringLiteral("<onelang lang=\"") + l + QStringLiteral("\">") + body(l, no) + QStringLiteral("</onelang>");
         return s + QStringLiteral("</topic>");
@@ -99,11 +126,16 @@ QStringList generatorLanguages(int count)
 
 QString generateProject(const QString& dir, const QString& name, const GeneratorOptions& o)
 {
-    const QStringList langs = generatorLanguages(o.languages);
+    const QStringList langs = o.languageCodes.isEmpty() ? generatorLanguages(o.languages) : o.languageCodes;
     const QString folder = dir + QLatin1Char('/') + name + QLatin1Char('/');
     QDir().mkpath(folder + QStringLiteral("img"));
-    for (const QString& l : langs)
+    for (const QString& l : langs) {
         QDir().mkpath(folder + QStringLiteral("img/") + l);
+        if (o.writeImages)
+            for (int i = 0; i < 7; ++i)
+                fileio::atomicReplace(folder + QStringLiteral("img/%1/shot%2.png").arg(l).arg(i),
+                                      QByteArray(reinterpret_cast<const char*>(kPixel), sizeof kPixel));
+    }
     Writer w{std::mt19937(o.seed)};
     const QString stamp = QStringLiteral("11/21/26 10:00");
 
@@ -112,7 +144,8 @@ QString generateProject(const QString& dir, const QString& name, const Generator
         QString ctitle = QStringLiteral("Chapter %1 ").arg(c) + w.words(2);
         QString s = QStringLiteral("<chapter>");
         for (const QString& l : langs)
-            s += QStringLiteral("<title lang=\"") + l + QStringLiteral("\">") + ctitle + QStringLiteral("</title>");
+            s += QStringLiteral("<title lang=\"") + l + QStringLiteral("\">") + ctitle + national(l, c) +
+                 QStringLiteral("</title>");
         int open = 0;
         for (int t = 0; t < o.topicsPerChapter; ++t) {
             if (o.topicsPerSub > 0 && t > 0 && t % o.topicsPerSub == 0) {
@@ -125,7 +158,8 @@ QString generateProject(const QString& dir, const QString& name, const Generator
                 QString stitle = QStringLiteral("Part %1 ").arg(++w.sub) + w.words(2);
                 s += QStringLiteral("<subchapter id=\"sub") + QString::number(w.sub) + QStringLiteral("\">");
                 for (const QString& l : langs)
-                    s += QStringLiteral("<title lang=\"") + l + QStringLiteral("\">") + stitle + QStringLiteral("</title>");
+                    s += QStringLiteral("<title lang=\"") + l + QStringLiteral("\">") + stitle + national(l, w.sub) +
+                         QStringLiteral("</title>");
                 ++open;
             }
             s += w.topicXml(langs, stamp);
@@ -144,7 +178,8 @@ QString generateProject(const QString& dir, const QString& name, const Generator
         "<!ELEMENT date (#PCDATA)><!ELEMENT time (#PCDATA)><!ATTLIST title lang CDATA #REQUIRED>") +
                    entities + QStringLiteral("]><book>");
     for (const QString& l : langs)
-        book += QStringLiteral("<title lang=\"") + l + QStringLiteral("\">Generated Manual</title>");
+        book += QStringLiteral("<title lang=\"") + l + QStringLiteral("\">Generated Manual") + national(l, 0) +
+                QStringLiteral("</title>");
     book += QStringLiteral("<author>Generator</author><version>1.0</version><date>11/21/26</date><time>10:00</time>") + refs +
             QStringLiteral("</book>");
     fileio::writeUtf16Line(folder + QStringLiteral("book.xml"), book);

@@ -11,6 +11,12 @@ struct GeneratorOptions {
     int languages = 2;     // en, de, fr, ... main language first
     int topicsPerSub = 25; // every so many topics a subchapter opens
     unsigned seed = 1;
+    // Language abbreviations to use instead of the first `languages` of
+    // generatorLanguages(); "cs" and "ru" get titles and keywords in their
+    // own letters.
+    QStringList languageCodes;
+    // Writes the pictures the topics show (small PNG files).
+    bool writeImages = false;
 };
 
 // Writes NAME.qly and its folder into dir; returns the project file's path.

@@ -375,28 +375,6 @@ TEST_F(Workbench, ContextsFollowPathsAndTheList)
         << after.toStdString();
 }
 
-namespace {
-
-// The map of a compiled help file as a help viewer reads it: #IVB holds
-// pairs of ID and offset into #STRINGS, where the page's path ends in a 0.
-std::map<quint32, QString> helpMap(const QString& extracted)
-{
-    const QByteArray ivb = readBytes(extracted + "/#IVB");
-    const QByteArray strings = readBytes(extracted + "/#STRINGS");
-    auto u32 = [&](int at) { return qFromLittleEndian<quint32>(ivb.constData() + at); };
-    std::map<quint32, QString> map;
-    if (ivb.size() < 4)
-        return map;
-    const int end = std::min<int>(ivb.size(), 4 + int(u32(0)));
-    for (int at = 4; at + 8 <= end; at += 8) {
-        const int offset = int(u32(at + 4));
-        const int zero = strings.indexOf('\0', offset);
-        map[u32(at)] = QString::fromUtf8(strings.mid(offset, zero < 0 ? -1 : zero - offset));
-    }
-    return map;
-}
-
-} // namespace
 
 // Published as HTML Help, each ID opens, read by chmlib, a page of the archive with its topic's
 // title.
@@ -412,11 +390,8 @@ TEST_F(Workbench, TheCompiledHelpOpensEachIdAtItsTopic)
     EXPECT_FALSE(log.contains("Context IDs may not")) << log.toStdString();
 
     const QString x = dir.file("extracted");
-    QProcess extract;
-    extract.setStandardOutputFile(QProcess::nullDevice());
-    extract.start("extract_chmLib", {chm, x});
-    ASSERT_TRUE(extract.waitForFinished() && extract.exitCode() == 0) << "extract_chmLib (libchm-bin) is needed";
-    const auto map = helpMap(x);
+    ASSERT_TRUE(extractChm(chm, x)) << "extract_chmLib (libchm-bin) is needed";
+    const auto map = chmContextMap(x);
     ASSERT_EQ(map.size(), kTitles.size());
     for (const auto& [id, title] : kTitles) {
         ASSERT_TRUE(map.count(id)) << id;

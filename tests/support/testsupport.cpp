@@ -1,5 +1,8 @@
 #include "testsupport.h"
 
+#include <QProcess>
+#include <QtEndian>
+
 #include "fileio.h"
 #include "newproject.h"
 #include "projectlock.h"
@@ -214,6 +217,52 @@ std::map<QString, QByteArray> filesBelow(const QString& folder)
         out[path] = f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray("<unreadable>");
     }
     return out;
+}
+
+} // namespace testing_support
+
+namespace testing_support {
+
+ToolRun runTool(const QString& program, const QStringList& arguments, const QString& workingFolder)
+{
+    ToolRun r;
+    QProcess p;
+    if (!workingFolder.isEmpty())
+        p.setWorkingDirectory(workingFolder);
+    p.start(program, arguments);
+    r.started = p.waitForStarted(30000);
+    if (!r.started)
+        return r;
+    p.waitForFinished(600000);
+    r.out = p.readAllStandardOutput();
+    r.err = p.readAllStandardError();
+    r.exitCode = p.exitStatus() == QProcess::NormalExit ? p.exitCode() : -1;
+    return r;
+}
+
+bool extractChm(const QString& chm, const QString& folder)
+{
+    const ToolRun r = runTool(QStringLiteral("extract_chmLib"), {chm, folder});
+    return r.started && r.exitCode == 0;
+}
+
+std::map<quint32, QString> chmContextMap(const QString& folder)
+{
+    // #IVB: its length, then pairs of ID and offset into #STRINGS, where the
+    // page's path ends in a 0.
+    const QByteArray ivb = readBytes(folder + QStringLiteral("/#IVB"));
+    const QByteArray strings = readBytes(folder + QStringLiteral("/#STRINGS"));
+    auto u32 = [&](int at) { return qFromLittleEndian<quint32>(ivb.constData() + at); };
+    std::map<quint32, QString> map;
+    if (ivb.size() < 4)
+        return map;
+    const int end = std::min<int>(ivb.size(), 4 + int(u32(0)));
+    for (int at = 4; at + 8 <= end; at += 8) {
+        const int offset = int(u32(at + 4));
+        const int zero = strings.indexOf('\0', offset);
+        map[u32(at)] = QString::fromUtf8(strings.mid(offset, zero < 0 ? -1 : zero - offset));
+    }
+    return map;
 }
 
 } // namespace testing_support

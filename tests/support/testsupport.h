@@ -74,6 +74,22 @@ private:
     void (*m_oldSignal)(int) = nullptr;
 };
 
+// An outside program run to its end, with what it wrote.
+struct ToolRun {
+    bool started = false;
+    int exitCode = -1;
+    QByteArray out;
+    QByteArray err;
+};
+ToolRun runTool(const QString& program, const QStringList& arguments, const QString& workingFolder = {});
+
+// A compiled help file unpacked by chmlib's extract_chmLib into folder;
+// false when that reader is missing or fails.
+bool extractChm(const QString& chm, const QString& folder);
+// The map of an unpacked help file as a help viewer reads it: each context
+// ID to the archive's path of its page ("/ch01s02.html").
+std::map<quint32, QString> chmContextMap(const QString& folder);
+
 // Every file below folder with its bytes, the writers' lock file left out
 // (every writer takes it, empty).
 std::map<QString, QByteArray> filesBelow(const QString& folder);
