@@ -187,6 +187,22 @@ QVariant EditingController::call(const QString& expression)
     return v;
 }
 
+QVariant EditingController::agentCall(const QString& function, const QVariantList& args)
+{
+    return call(editagent::callExpression(QStringLiteral("window.__qe.") + function, args));
+}
+
+QString EditingController::selectionWithoutClosingBlank()
+{
+    const Facts f = facts();
+    if (f.selType != QLatin1String("Text"))
+        return {};
+    if (!endsInBlank(f.selText))
+        return f.selText;
+    run({op(pagekeys::ops::moveEndBack)}, false);
+    return facts().selText;
+}
+
 QVariantMap EditingController::run(const QVariantList& ops, bool record)
 {
     if (ops.isEmpty())
@@ -620,12 +636,8 @@ void EditingController::linkCommand(Facts f)
     const Node* e = f.element();
     const bool edit = e && e->tag == QLatin1String("A") && !e->href.isEmpty();
     if (!edit) {
-        QString text = f.selText;
         // A closing blank stays outside the link.
-        if (endsInBlank(text)) {
-            run({op(pagekeys::ops::moveEndBack)}, false);
-            text = facts().selText;
-        }
+        const QString text = selectionWithoutClosingBlank();
         if (!text.isEmpty()) {
             ok.Change = true;
             link.IsLocal = false;

@@ -51,6 +51,10 @@ public:
     QString lastCopiedHTML() const { return m_lastHTML; }
     // Whether the rules and commands act: a topic that may be edited.
     bool active();
+    // A function of the page agent, window.__qe.NAME, with its arguments.
+    QVariant agentCall(const QString& function, const QVariantList& args = {});
+    // The selected text with a closing blank moved out of the selection.
+    QString selectionWithoutClosingBlank();
 
     // The keyboard filter: true when the key is taken. Only a KeyPress runs
     // a command; a ShortcutOverride is only claimed.

@@ -23,6 +23,7 @@
 #include "icons.h"
 #include "language.h"
 #include "msgbox.h"
+#include "spellingcontroller.h"
 #include "websurface.h"
 
 #include <QAction>
@@ -143,6 +144,8 @@ frmMain::frmMain(MsgBox& box, QWidget* parent) : QMainWindow(parent), m_box(box)
         if (QAction* a = action(id))
             a->trigger();
     });
+    m_spelling = new SpellingController(dEdit, *m_editing, *m_session, this);
+    m_spelling->prepareSurface();
 
     resize(1200, 800);
     fitToScreen();
@@ -242,9 +245,9 @@ void frmMain::run(CommandId id)
     case CommandId::Index: s.keywordDialogPending = true; break;
     case CommandId::EditElement: m_editing->contextMenuAction(0); break;
     case CommandId::DeleteElement: m_editing->contextMenuAction(1); break;
-    case CommandId::Spelling:
-    case CommandId::Synonyms:
-    case CommandId::Antonyms:
+    case CommandId::Spelling: m_spelling->spelling(); break;
+    case CommandId::Synonyms: m_spelling->synonyms(); break;
+    case CommandId::Antonyms: m_spelling->antonyms(); break;
     case CommandId::ExportImport:
     case CommandId::ElementTools:
     case CommandId::TableTools: break;
@@ -441,7 +444,9 @@ void frmMain::buildCentre()
     dEdit->settings()->setFontFamily(QWebEngineSettings::SansSerifFont, family);
 
     dEdit->setContextMenuPolicy(Qt::CustomContextMenu);
-    connect(dEdit, &QWidget::customContextMenuRequested, this, &frmMain::surfaceMenu);
+    // Queued: the request comes inside a task of the web engine, where a
+    // call to the page would get its answer only after the time limit.
+    connect(dEdit, &QWidget::customContextMenuRequested, this, &frmMain::surfaceMenu, Qt::QueuedConnection);
 }
 
 void frmMain::buildStatusBar()
@@ -593,6 +598,9 @@ void frmMain::setEnabled(const Enabling& enabling)
             a->setEnabled(on && commandInfo(id).available);
         }
     }
+    // A project opened or closed: the surface checks in its language.
+    if (m_spelling)
+        m_spelling->prepareSurface();
     scheduleRefresh();
 }
 
@@ -1009,6 +1017,8 @@ void frmMain::surfaceMenu(const QPoint& pos)
     m->clear();
     Session& s = *m_session;
     const bool editable = s.shownTopic() && s.topic().State == QLatin1String("uncomplete") && !dEdit->browseMode();
+    if (editable && m_spelling->addMisspellingEntries(m))
+        m->addSeparator();
     QString kind;
     if (editable)
         kind = dEdit->runScript(editagent::callExpression(QStringLiteral("window.quillary.kindAt"), {pos.x(), pos.y()}))
@@ -1023,7 +1033,7 @@ void frmMain::surfaceMenu(const QPoint& pos)
         m->addAction(action(QStringLiteral("mnuSynonyms")));
         m->addAction(action(QStringLiteral("mnuAntonyms")));
     }
-    if (!m->isEmpty())
+    if (!m->isEmpty() && !m->actions().constLast()->isSeparator())
         m->addSeparator();
     m->addAction(action(QStringLiteral("mnuCut")));
     m->addAction(action(QStringLiteral("mnuCopy")));

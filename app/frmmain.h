@@ -32,6 +32,7 @@ class WebSurface;
 class frmDebug;
 
 class EditingController;
+class SpellingController;
 
 class frmMain : public QMainWindow, public SessionView {
     Q_OBJECT
@@ -174,4 +175,5 @@ private:
     bool m_refreshPending = false;
     // The editing rules and element commands of the page.
     EditingController* m_editing = nullptr;
+    SpellingController* m_spelling = nullptr;
 };

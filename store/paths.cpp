@@ -43,6 +43,16 @@ QString configFolder()
     return dir;
 }
 
+QString dataFolder()
+{
+    QString base = qEnvironmentVariable("XDG_DATA_HOME");
+    if (base.isEmpty())
+        base = QDir::homePath() + QStringLiteral("/.local/share");
+    QString dir = base + QStringLiteral("/quillary");
+    QDir().mkpath(dir);
+    return dir;
+}
+
 QString settingsFile(const QString& name)
 {
     QString path = configFolder() + QLatin1Char('/') + name;

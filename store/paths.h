@@ -14,6 +14,11 @@ void setProgramFolder(const QString& folder);
 // ~/.config/quillary. Created on demand.
 QString configFolder();
 
+// The user's data folder: $XDG_DATA_HOME/quillary or
+// ~/.local/share/quillary (dictionaries, the personal word list). Created on
+// demand.
+QString dataFolder();
+
 // Path of a settings file in the configuration folder; on first use it is
 // seeded with the installed default of the same name, if there is one.
 QString settingsFile(const QString& name);

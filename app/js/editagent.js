@@ -867,6 +867,73 @@
     out[K.run.results] = results;
     return out;
   };
+  // --- the spelling walk ---------------------------------------------------------
+  // Runs of adjacent text nodes, in document order; reading them changes
+  // nothing, a run is joined into its first node only when written.
+  var SP = K.spell;
+  E.spellRuns = [];
+  E.textRuns = function () {
+    var b = body(), out = [];
+    E.spellRuns = [];
+    if (!b) return out;
+    (function walk(n) {
+      for (var c = n.firstChild; c; c = c.nextSibling) {
+        if (c.nodeType === 3) {
+          var nodes = [c], text = c.data;
+          while (c.nextSibling && c.nextSibling.nodeType === 3) { c = c.nextSibling; nodes.push(c); text += c.data; }
+          var item = {};
+          item[SP.id] = E.spellRuns.length;
+          item[SP.text] = text;
+          E.spellRuns.push(nodes);
+          out.push(item);
+        } else if (c.nodeType === 1 && c.firstChild) {
+          walk(c);
+        }
+      }
+    })(b);
+    return out;
+  };
+  // The text of the run's element is selected while the dialog asks.
+  E.selectRun = function (id) {
+    var nodes = E.spellRuns[id];
+    if (!nodes || !inBody(nodes[0])) return false;
+    var p = nodes[0].parentNode, r = document.createRange();
+    r.selectNodeContents(p);
+    select(r);
+    if (p.scrollIntoView) p.scrollIntoView({ block: 'nearest' });
+    return true;
+  };
+  E.collapseSelection = function () {
+    var s = window.getSelection();
+    if (s && s.rangeCount) s.collapseToStart();
+    return true;
+  };
+  E.writeRun = function (id, text) {
+    var nodes = E.spellRuns[id];
+    if (!nodes || !inBody(nodes[0])) return false;
+    hook();
+    E.record(null);
+    nodes[0].data = text;
+    for (var i = 1; i < nodes.length; i++) if (nodes[i].parentNode) nodes[i].parentNode.removeChild(nodes[i]);
+    E.spellRuns[id] = [nodes[0]];
+    E.last = null;
+    if (window.__q && window.__q.flush) window.__q.flush();
+    return true;
+  };
+  // The selected text replaced by plain text, the caret behind it.
+  E.replaceSelection = function (text) {
+    var r = range();
+    if (!r || r.collapsed) return false;
+    hook();
+    E.record(null);
+    r.deleteContents();
+    var t = document.createTextNode(text);
+    r.insertNode(t);
+    caretAfter(t);
+    E.last = null;
+    if (window.__q && window.__q.flush) window.__q.flush();
+    return true;
+  };
   hook();
 })();
 true;

@@ -57,6 +57,9 @@ int main(int argc, char** argv)
         qputenv("QTWEBENGINE_CHROMIUM_FLAGS", "--no-sandbox --disable-gpu");
     QTemporaryDir config;
     qputenv("XDG_CONFIG_HOME", config.path().toUtf8());
+    // The user's data (dictionaries, the personal word list) too.
+    QTemporaryDir data;
+    qputenv("XDG_DATA_HOME", data.path().toUtf8());
     // A temporary folder of its own: test programs run side by side and the
     // page's scratch file has a fixed name.
     QTemporaryDir temp;

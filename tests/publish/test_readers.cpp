@@ -144,10 +144,12 @@ protected:
         options.languageCodes = {"cs", "ru"};
         options.writeImages = true;
         const QString generated = generateProject(root->file("gen"), "gen", options);
-        books = {{sample, QFileInfo(sample).absolutePath() + "/sample/", "en"},
-                 {sample, QFileInfo(sample).absolutePath() + "/sample/", "de"},
-                 {generated, root->file("gen") + "/gen/", "cs"},
-                 {generated, root->file("gen") + "/gen/", "ru"}};
+        const QString sampleFolder = QFileInfo(sample).absolutePath() + "/sample/";
+        const QString genFolder = root->file("gen") + "/gen/";
+        books = {{sample, sampleFolder, "en", {}, false},
+                 {sample, sampleFolder, "de", {}, false},
+                 {generated, genFolder, "cs", {}, false},
+                 {generated, genFolder, "ru", {}, false}};
         publishpaths::setFontConfigurationFile(root->file("fop/fonts/conf.xml"));
         ScriptedMsgBox box;
         box.setDefault(MsgAnswer::Yes); // unfinished topics: publish anyway
@@ -288,9 +290,10 @@ TEST_F(Readers, TheHelpIndexListsEveryKeywordAtAnExistingPage)
             const QString page = l.captured(1).section('#', 0, 0);
             const QString id = l.captured(1).section('#', 1);
             ASSERT_TRUE(QFileInfo::exists(unpacked + "/" + page)) << page.toStdString();
-            if (!id.isEmpty())
+            if (!id.isEmpty()) {
                 EXPECT_TRUE(readBytes(unpacked + "/" + page).contains(("id=\"" + id + "\"").toUtf8()))
                     << l.captured(1).toStdString();
+            }
         }
         const Expected e = expectedOf(b);
         ASSERT_FALSE(e.onlineKeywords.empty());
