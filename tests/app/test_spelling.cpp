@@ -286,25 +286,7 @@ TEST_F(Spelling, TheThesaurusDialogsLookUpAsTheWordChanges)
 // suggestions, and a word added to the dictionary is marked no more.
 TEST_F(Spelling, TheSurfaceMarksMisspeltWordsAsTheAuthorTypes)
 {
-    setCurrentLanguage("en");
-    spelling->prepareSurface();
-    EXPECT_TRUE(surface->page()->profile()->isSpellCheckEnabled());
-    EXPECT_EQ(surface->page()->profile()->spellCheckLanguages(), QStringList{"en-US"});
-    start("<p>Here</p>");
-    surface->runScript("(function(){var p=document.querySelector('p'),r=document.createRange();"
-                       "r.selectNodeContents(p);r.collapse(false);getSelection().removeAllRanges();"
-                       "getSelection().addRange(r);})()");
     QWidget* input = surface->focusProxy() ? surface->focusProxy() : surface;
-    QTest::keyClicks(input, " wrnog text ");
-    ASSERT_TRUE(waitFor([&] { return body().contains("wrnog text"); }));
-
-    auto wordAt = [&]() {
-        const QVariantList r = surface->runScript(
-            "(function(){var t=document.querySelector('p').firstChild,i=t.data.indexOf('wrnog'),"
-            "r=document.createRange();r.setStart(t,i+1);r.setEnd(t,i+3);var b=r.getBoundingClientRect();"
-            "return [b.left+b.width/2,b.top+b.height/2];})()").toList();
-        return QPoint(int(r.value(0).toDouble()), int(r.value(1).toDouble()));
-    };
     QString misspelt;
     QStringList suggestions;
     QObject::connect(surface, &QWidget::customContextMenuRequested, surface, [&] {
@@ -313,13 +295,40 @@ TEST_F(Spelling, TheSurfaceMarksMisspeltWordsAsTheAuthorTypes)
             suggestions = r->spellCheckerSuggestions();
         }
     });
-    auto rightClick = [&] {
+    auto wordAt = [&](const QString& word) {
+        const QVariantList r = surface->runScript(
+            QStringLiteral("(function(){var t=document.querySelector('p').firstChild,i=t.data.indexOf(%1),"
+                           "r=document.createRange();r.setStart(t,i+1);r.setEnd(t,i+3);var b=r.getBoundingClientRect();"
+                           "return [b.left+b.width/2,b.top+b.height/2];})()").arg(WebSurface::jsString(word))).toList();
+        return QPoint(int(r.value(0).toDouble()), int(r.value(1).toDouble()));
+    };
+    auto rightClick = [&](const QString& word) {
         misspelt = "?";
-        QTest::mouseClick(input, Qt::RightButton, {}, wordAt());
+        QTest::mouseClick(input, Qt::RightButton, {}, wordAt(word));
         return waitFor([&] { return misspelt != "?"; }, 2000);
     };
-    // The checker runs a moment after the typing.
-    EXPECT_TRUE(waitFor([&] { return rightClick() && misspelt == "wrnog"; }, 15000)) << misspelt.toStdString();
+    // The author types a word in the language of the project; the checker
+    // marks it a moment later.
+    auto typeWrong = [&](const QString& lang, const QString& wrong) {
+        setCurrentLanguage(lang);
+        spelling->prepareSurface();
+        start("<p>Text</p>");
+        surface->runScript("(function(){var p=document.querySelector('p'),r=document.createRange();"
+                           "r.selectNodeContents(p);r.collapse(false);getSelection().removeAllRanges();"
+                           "getSelection().addRange(r);})()");
+        QTest::keyClicks(input, " " + wrong + " Haus ");
+        EXPECT_TRUE(waitFor([&] { return body().contains(wrong + " Haus"); }));
+        EXPECT_TRUE(waitFor([&] { return rightClick(wrong) && misspelt == wrong; }, 15000))
+            << lang.toStdString() << ": " << misspelt.toStdString();
+    };
+
+    typeWrong("de", QString::fromUtf8("Übersetzng"));
+    EXPECT_EQ(surface->page()->profile()->spellCheckLanguages(), QStringList{"de-DE"});
+    EXPECT_TRUE(suggestions.contains(QString::fromUtf8("Übersetzung"))) << suggestions.join(' ').toStdString();
+
+    typeWrong("en", "wrnog");
+    EXPECT_TRUE(surface->page()->profile()->isSpellCheckEnabled());
+    EXPECT_EQ(surface->page()->profile()->spellCheckLanguages(), QStringList{"en-US"});
     EXPECT_TRUE(suggestions.contains("wrong"));
 
     // The menu entries.
@@ -337,6 +346,6 @@ TEST_F(Spelling, TheSurfaceMarksMisspeltWordsAsTheAuthorTypes)
     cLanguageTools tools(spelling->folders);
     ASSERT_TRUE(tools.openCode(Tool::Spelling, "en_US"));
     EXPECT_TRUE(tools.check("wrnog"));
-    EXPECT_TRUE(waitFor([&] { return rightClick() && misspelt.isEmpty(); }, 15000)) << misspelt.toStdString();
+    EXPECT_TRUE(waitFor([&] { return rightClick("wrnog") && misspelt.isEmpty(); }, 15000)) << misspelt.toStdString();
     QFile::remove(spelling->folders.personal);
 }
