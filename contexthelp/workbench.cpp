@@ -162,10 +162,10 @@ void ContextHelpWorkbench::clickTopic(const NodePtr& node)
         }
 }
 
-bool ContextHelpWorkbench::cmdAdd()
+bool ContextHelpWorkbench::selectedPair(NodePtr& topic, NodePtr& form)
 {
-    const NodePtr topic = currentTopic();
-    const NodePtr form = currentForm();
+    topic = currentTopic();
+    form = currentForm();
     if (!topic || topic->Removed() || topic->Tag != QLatin1String("topic")) {
         m_box.exclamation(QStringLiteral("Topic must be selected on the left side!"));
         return false;
@@ -174,6 +174,14 @@ bool ContextHelpWorkbench::cmdAdd()
         m_box.exclamation(QStringLiteral("Form(s) must be selected on the right side!"));
         return false;
     }
+    return true;
+}
+
+bool ContextHelpWorkbench::cmdAdd()
+{
+    NodePtr topic, form;
+    if (!selectedPair(topic, form))
+        return false;
     if (isAssigned(topic)) {
         m_box.exclamation(QStringLiteral("Topic has already assigned form(s)!"));
         return false;
@@ -191,16 +199,9 @@ bool ContextHelpWorkbench::cmdAdd()
 
 bool ContextHelpWorkbench::cmdRemove()
 {
-    const NodePtr topic = currentTopic();
-    const NodePtr form = currentForm();
-    if (!topic || topic->Removed() || topic->Tag != QLatin1String("topic")) {
-        m_box.exclamation(QStringLiteral("Topic must be selected on the left side!"));
+    NodePtr topic, form;
+    if (!selectedPair(topic, form))
         return false;
-    }
-    if (!form || form->Removed()) {
-        m_box.exclamation(QStringLiteral("Form(s) must be selected on the right side!"));
-        return false;
-    }
     if (!isAssigned(topic)) {
         m_box.exclamation(QStringLiteral("Topic has not assigned form(s)!"));
         return false;

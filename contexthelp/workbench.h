@@ -71,6 +71,9 @@ public:
     bool changed() const { return m_changed; }
 
 private:
+    // The topic and form that Add and Remove work on; false after the message
+    // of the one that is missing.
+    bool selectedPair(NodePtr& topic, NodePtr& form);
     NodePtr addFormNode(const cContextHelp& record);
     // The form nodes with a node's ID.
     std::vector<NodePtr> group(const NodePtr& form) const;

@@ -60,12 +60,19 @@ struct Face {
     bool cff = false;
 };
 
-// The face of exactly this family and style, or none: fontconfig answers
-// every question with some font, which is no fallback of this family.
-Face exactFace(const char* family, bool bold, bool italic)
-{
-    Face face;
 #ifdef QUILLARY_HAVE_FONTCONFIG
+// FOP embeds TrueType and OpenType faces only.
+bool embeddable(const QString& path)
+{
+    const QString lower = path.toLower();
+    return lower.endsWith(QLatin1String(".ttf")) || lower.endsWith(QLatin1String(".otf")) ||
+           lower.endsWith(QLatin1String(".ttc"));
+}
+
+// fontconfig's best face for a family and style (always some face); the
+// caller destroys it.
+FcPattern* bestMatch(const char* family, bool bold, bool italic)
+{
     FcInit();
     FcPattern* pat = FcPatternCreate();
     FcPatternAddString(pat, FC_FAMILY, reinterpret_cast<const FcChar8*>(family));
@@ -75,6 +82,18 @@ Face exactFace(const char* family, bool bold, bool italic)
     FcDefaultSubstitute(pat);
     FcResult result = FcResultNoMatch;
     FcPattern* match = FcFontMatch(nullptr, pat, &result);
+    FcPatternDestroy(pat);
+    return match;
+}
+#endif
+
+// The face of exactly this family and style, or none: fontconfig answers
+// every question with some font, which is no fallback of this family.
+Face exactFace(const char* family, bool bold, bool italic)
+{
+    Face face;
+#ifdef QUILLARY_HAVE_FONTCONFIG
+    FcPattern* match = bestMatch(family, bold, italic);
     if (match) {
         bool same = false;
         FcChar8* name = nullptr;
@@ -99,13 +118,8 @@ Face exactFace(const char* family, bool bold, bool italic)
         }
         FcPatternDestroy(match);
     }
-    FcPatternDestroy(pat);
-    const QString lower = face.file.toLower();
-    if (!lower.endsWith(QLatin1String(".ttf")) && !lower.endsWith(QLatin1String(".otf")) &&
-        !lower.endsWith(QLatin1String(".ttc")))
-        face = Face();
     // FOP reads CFF outlines only from a single OpenType file.
-    if (face.cff && lower.endsWith(QLatin1String(".ttc")))
+    if (!embeddable(face.file) || (face.cff && face.file.toLower().endsWith(QLatin1String(".ttc"))))
         face = Face();
 #else
     Q_UNUSED(family);
@@ -136,30 +150,14 @@ QString fontFilePath(const QString& face)
         bold = true;
         family.chop(5);
     }
-    FcInit();
-    FcPattern* pat = FcPatternCreate();
-    QByteArray fam = family.toUtf8();
-    FcPatternAddString(pat, FC_FAMILY, reinterpret_cast<const FcChar8*>(fam.constData()));
-    FcPatternAddInteger(pat, FC_WEIGHT, bold ? FC_WEIGHT_BOLD : FC_WEIGHT_REGULAR);
-    FcPatternAddInteger(pat, FC_SLANT, italic ? FC_SLANT_ITALIC : FC_SLANT_ROMAN);
-    FcConfigSubstitute(nullptr, pat, FcMatchPattern);
-    FcDefaultSubstitute(pat);
-    FcResult result = FcResultNoMatch;
-    FcPattern* match = FcFontMatch(nullptr, pat, &result);
     QString path;
-    if (match) {
+    if (FcPattern* match = bestMatch(family.toUtf8().constData(), bold, italic)) {
         FcChar8* file = nullptr;
         if (FcPatternGetString(match, FC_FILE, 0, &file) == FcResultMatch && file)
             path = QString::fromUtf8(reinterpret_cast<const char*>(file));
         FcPatternDestroy(match);
     }
-    FcPatternDestroy(pat);
-    // FOP embeds TrueType and OpenType faces only.
-    QString lower = path.toLower();
-    if (!lower.endsWith(QLatin1String(".ttf")) && !lower.endsWith(QLatin1String(".otf")) &&
-        !lower.endsWith(QLatin1String(".ttc")))
-        return QString();
-    return path;
+    return embeddable(path) ? path : QString();
 #else
     Q_UNUSED(face);
     return QString();
