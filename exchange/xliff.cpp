@@ -33,6 +33,7 @@
 #include <cstring>
 #include <functional>
 #include <mutex>
+#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -246,6 +247,20 @@ xmlNode* linkOf(const Unit& u)
 bool hasWords(const QString& s)
 {
     return !s.trimmed().isEmpty();
+}
+
+// The same for text as the parser gives it: plain ASCII is decided on the
+// bytes, anything else as above.
+bool hasWords(const xmlChar* text, int length, const QString& s)
+{
+    for (int i = 0; i < length; ++i) {
+        const xmlChar c = text[i];
+        if (c >= 0x80)
+            return hasWords(s);
+        if (c != ' ' && c != '\t' && c != '\n' && c != '\r' && c != '\v' && c != '\f')
+            return true;
+    }
+    return false;
 }
 
 // Whether a unit has anything to translate: codes alone do not count.
@@ -767,10 +782,15 @@ struct XliffFile {
         m_current.known = std::make_unique<std::atomic<bool>[]>(size_t(m_current.units.size()) + 1);
         for (FileUnit& u : m_current.units)
             u.known = &m_current.known[size_t(u.local)];
-        std::lock_guard<std::mutex> lock(m_stateMutex);
-        m_parts.push_back(std::move(m_current));
+        const qsizetype size = m_current.units.size();
+        {
+            std::lock_guard<std::mutex> lock(m_stateMutex);
+            m_parts.push_back(std::move(m_current));
+            m_state.notify_all();
+        }
+        // Chapters tend to be alike: the next part is sized after this one.
         m_current = FilePart{};
-        m_state.notify_all();
+        m_current.units.reserve(size);
     }
     void readDone(bool failed)
     {
@@ -794,7 +814,8 @@ struct XliffFile {
         });
         return m_failed ? nullptr : found;
     }
-    // A unit, in its own part first.
+    // A unit, in its own part first. Other parts are searched under the
+    // lock: the reader may be adding one.
     const FileUnit* find(const QString& id, const FilePart* own = nullptr) const
     {
         if (own) {
@@ -802,23 +823,16 @@ struct XliffFile {
             if (it != own->units.constEnd())
                 return &*it;
         }
-        for (;;) {
-            size_t count;
-            bool done;
-            {
-                std::lock_guard<std::mutex> lock(m_stateMutex);
-                count = m_parts.size();
-                done = m_readDone;
-            }
-            for (size_t i = 0; i < count; ++i) {
-                auto it = m_parts[i].units.constFind(id);
-                if (it != m_parts[i].units.constEnd())
+        std::unique_lock<std::mutex> lock(m_stateMutex);
+        for (size_t searched = 0;;) {
+            for (; searched < m_parts.size(); ++searched) {
+                auto it = m_parts[searched].units.constFind(id);
+                if (it != m_parts[searched].units.constEnd())
                     return &*it;
             }
-            if (done)
+            if (m_readDone)
                 return nullptr;
-            std::unique_lock<std::mutex> lock(m_stateMutex);
-            m_state.wait(lock, [this] { return m_readDone; });
+            m_state.wait(lock);
         }
     }
     void markKnown(const FileUnit* u) const { *u->known = true; }
@@ -909,6 +923,7 @@ private:
     XliffFile& f;
     QString& why;
     xmlParserCtxtPtr m_ctxt = nullptr;
+    const xmlChar* m_xliffUri = nullptr;
     xmlsafe::XmlError m_error;
     bool m_stopped = false;
     bool m_root = false, m_first = true, m_inFile = false, m_fileChecked = false, m_hasLock = false;
@@ -941,14 +956,38 @@ private:
     {
         return uri && xmlStrEqual(uri, X("urn:oasis:names:tc:xliff:document:1.2"));
     }
-    static QString attribute(const xmlChar** attrs, int count, const char* name)
+    // An attribute without namespace as the parser gives it, unconverted:
+    // most are only compared.
+    static std::string_view rawAttribute(const xmlChar** attrs, int count, const char* name)
     {
         for (int i = 0; i < count; ++i) {
             const xmlChar** a = attrs + 5 * i; // localname, prefix, URI, value, end
-            if (!a[2] && xmlStrEqual(a[0], X(name)))
-                return QString::fromUtf8(reinterpret_cast<const char*>(a[3]), int(a[4] - a[3]));
+            if (!a[2] && std::strcmp(reinterpret_cast<const char*>(a[0]), name) == 0)
+                return {reinterpret_cast<const char*>(a[3]), size_t(a[4] - a[3])};
         }
         return {};
+    }
+    static QString attribute(const xmlChar** attrs, int count, const char* name)
+    {
+        const std::string_view v = rawAttribute(attrs, count, name);
+        return QString::fromUtf8(v.data(), qsizetype(v.size()));
+    }
+    // The parser hands the namespace of each element from its dictionary:
+    // the same pointer again and again, so one comparison is remembered.
+    bool inXliff(const xmlChar* uri)
+    {
+        if (!uri)
+            return false;
+        if (uri == m_xliffUri)
+            return true;
+        if (!xliff(uri))
+            return false;
+        m_xliffUri = uri;
+        return true;
+    }
+    static bool is(const xmlChar* local, const char* name)
+    {
+        return std::strcmp(reinterpret_cast<const char*>(local), name) == 0;
     }
 
     // A file's languages and lock, before its units are taken.
@@ -992,20 +1031,20 @@ private:
         flushText();
         const QString name = xmlsafe::qs(local);
         const int id = attribute(attrs, count, "id").toInt();
-        if (xliff(uri) && name == QLatin1String("g")) {
+        const bool x = inXliff(uri);
+        if (x && is(local, "g")) {
             m_tokens.push_back({TargetToken::Open, id, name});
             return;
         }
-        if (xliff(uri) && name == QLatin1String("mrk"))
+        if (x && is(local, "mrk"))
             return; // its text counts as the target's, apart from the text around it
-        if (xliff(uri) && name == QLatin1String("bpt"))
+        if (x && is(local, "bpt"))
             m_tokens.push_back({TargetToken::Open, id, name});
-        else if (xliff(uri) && name == QLatin1String("ept"))
+        else if (x && is(local, "ept"))
             m_tokens.push_back({TargetToken::Close, id, name});
-        else if (xliff(uri) && name == QLatin1String("ph") &&
-                 attribute(attrs, count, "ctype") == QLatin1String("x-nbsp"))
+        else if (x && is(local, "ph") && rawAttribute(attrs, count, "ctype") == "x-nbsp")
             m_tokens.push_back({TargetToken::Nbsp, 0, name});
-        else if (xliff(uri) && (name == QLatin1String("x") || name == QLatin1String("ph")))
+        else if (x && (is(local, "x") || is(local, "ph")))
             m_tokens.push_back({TargetToken::Empty, id, name});
         else
             m_tokens.push_back({TargetToken::Foreign, 0, name});
@@ -1020,7 +1059,7 @@ private:
             return;
         }
         flushText();
-        if (xliff(uri) && xmlStrEqual(local, X("g")))
+        if (inXliff(uri) && is(local, "g"))
             m_tokens.push_back({TargetToken::Close, m_tokens.empty() ? 0 : openId(), QStringLiteral("g")});
     }
 
@@ -1050,10 +1089,11 @@ private:
             r->targetStart(local, uri, attrs, count);
             return;
         }
-        auto here = [&](const char* name) { return xliff(uri) && xmlStrEqual(local, X(name)); };
+        const bool x = r->inXliff(uri);
+        auto here = [&](const char* name) { return x && is(local, name); };
         if (!r->m_root) {
             r->m_root = true;
-            if (!here("xliff") || attribute(attrs, count, "version") != QLatin1String("1.2")) {
+            if (!here("xliff") || rawAttribute(attrs, count, "version") != "1.2") {
                 r->why = QStringLiteral("It is not an XLIFF 1.2 file.");
                 r->stop();
             }
@@ -1069,10 +1109,10 @@ private:
         } else if (r->m_inFile && here("header") && r->m_headerDepth < 0) {
             r->m_headerDepth = r->m_depth;
         } else if (r->m_headerDepth >= 0 && here("prop-group") && r->m_depth == r->m_headerDepth + 1 &&
-                   attribute(attrs, count, "name") == QLatin1String("quillary")) {
+                   rawAttribute(attrs, count, "name") == "quillary") {
             r->m_groupDepth = r->m_depth;
         } else if (r->m_groupDepth >= 0 && here("prop") && r->m_depth == r->m_groupDepth + 1 &&
-                   attribute(attrs, count, "prop-type") == QLatin1String("lock")) {
+                   rawAttribute(attrs, count, "prop-type") == "lock") {
             r->m_lockDepth = r->m_depth;
             r->m_lockText.clear();
         } else if (r->m_headerDepth >= 0) {
@@ -1081,7 +1121,7 @@ private:
             if (!r->m_fileChecked && !r->checkFile())
                 r->stop();
         } else if (r->m_inFile && here("group")) {
-            if (attribute(attrs, count, "restype") == QLatin1String("x-topic"))
+            if (rawAttribute(attrs, count, "restype") == "x-topic")
                 ++r->f.topics;
         } else if (r->m_inFile && here("trans-unit") && r->m_unitDepth < 0) {
             if (!r->m_fileChecked && !r->checkFile()) {
@@ -1140,7 +1180,7 @@ private:
             r->m_groupDepth = -1;
         } else if (depth == r->m_headerDepth) {
             r->m_headerDepth = -1;
-        } else if (xliff(uri) && xmlStrEqual(local, X("file")) && depth == 2) {
+        } else if (depth == 2 && r->inXliff(uri) && is(local, "file")) {
             r->m_inFile = false;
             if (!r->m_fileChecked && !r->checkFile())
                 r->stop();
@@ -1161,7 +1201,7 @@ private:
         if (r->m_targetDepth < 0 || r->m_opaqueDepth >= 0)
             return;
         const QString piece = QString::fromUtf8(reinterpret_cast<const char*>(text), length);
-        if (r->m_depth == r->m_targetDepth && !r->m_words && hasWords(piece))
+        if (r->m_depth == r->m_targetDepth && !r->m_words && hasWords(text, length, piece))
             r->m_words = true;
         r->m_text += piece;
     }
