@@ -1,5 +1,7 @@
 #include "frmoutput.h"
 
+#include "fontconfiguration.h"
+
 #include "cproject.h"
 #include "frmoutputproperties.h"
 #include "msgbox.h"
@@ -104,11 +106,14 @@ frmOutput::frmOutput(MsgBox* box, QWidget* parent) : QDialog(parent)
     pbChapters->hide();
     cmdClose = button(m_logPane, "cmdClose", QStringLiteral("Close"));
     cmdShowResult = button(m_logPane, "cmdShowResult", QStringLiteral("Show Result"));
+    cmdStop = button(m_logPane, "cmdStop", QStringLiteral("Cancel"));
+    cmdStop->setEnabled(false);
     auto* logLayout = new QVBoxLayout(m_logPane);
     logLayout->setContentsMargins(0, 0, 0, 0);
     logLayout->addWidget(txtOut, 1);
     logLayout->addWidget(pbChapters);
     auto* logButtons = new QHBoxLayout;
+    logButtons->addWidget(cmdStop);
     logButtons->addStretch(1);
     logButtons->addWidget(cmdShowResult);
     logButtons->addWidget(cmdClose);
@@ -124,6 +129,7 @@ frmOutput::frmOutput(MsgBox* box, QWidget* parent) : QDialog(parent)
     connect(cmdProperties, &QPushButton::clicked, this, &frmOutput::cmdProperties_Click);
     connect(cmdClose, &QPushButton::clicked, this, &frmOutput::cmdClose_Click);
     connect(cmdShowResult, &QPushButton::clicked, this, &frmOutput::cmdShowResult_Click);
+    connect(cmdStop, &QPushButton::clicked, this, &frmOutput::cmdStop_Click);
 
     // The pipelines log on this thread; should a line come from elsewhere it
     // is handed over, since widgets live here.
@@ -145,6 +151,7 @@ frmOutput::frmOutput(MsgBox* box, QWidget* parent) : QDialog(parent)
         auto show = [self, done, total] {
             if (!self)
                 return;
+            self->pbChapters->setFormat(QStringLiteral("Chapter %v of %m"));
             self->pbChapters->setRange(0, std::max(1, total));
             self->pbChapters->setValue(std::min(done, std::max(1, total)));
             self->pbChapters->setVisible(total > 0);
@@ -170,6 +177,7 @@ void frmOutput::load()
     if (!m_project)
         return;
     m_output = std::make_unique<cOutput>(*m_project, m_props, m_log, *m_box);
+    m_output->setCancel(&m_cancel);
     cmbLanguages->addItems(m_output->languageNames());
     cmbLanguages->setCurrentIndex(-1);
     m_props.formLoad(*m_box);
@@ -239,9 +247,11 @@ void frmOutput::cmdOK_Click()
         return;
     }
     m_running = true;
+    m_cancel = false;
     setChoiceEnabled(false);
     m_output->cmdOK(language, word, chkDocBook->isChecked());
     m_running = false;
+    cmdStop->setEnabled(false);
     if (m_logShown) {
         // A run that ended without the result buttons would leave no way out.
         cmdClose->setEnabled(true);
@@ -257,6 +267,7 @@ void frmOutput::showLogView()
     m_choice->hide();
     cmdClose->setEnabled(false);
     cmdShowResult->setEnabled(false);
+    cmdStop->setEnabled(m_running);
     m_logPane->show();
     resize(std::max(width(), 640), std::max(height(), 440));
     dialogsupport::centreOnMainWindow(this);
@@ -268,6 +279,20 @@ void frmOutput::append(const QString& piece, bool red)
         showLogView();
     QString text = piece;
     text.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
+    // The marks of the font metrics (two characters of code 127 a font)
+    // move a bar; as text they are boxes of a missing glyph.
+    if (const qsizetype marks = text.count(QChar(127))) {
+        text.remove(QChar(127));
+        m_fontMarks += int(marks / 2);
+        int fonts = 0;
+        fontRows(fonts);
+        pbChapters->setFormat(QStringLiteral("Font metrics %v of %m"));
+        pbChapters->setRange(0, fonts);
+        pbChapters->setValue(std::min(m_fontMarks, fonts));
+        pbChapters->show();
+        if (text.trimmed().isEmpty())
+            text.clear();
+    }
     QTextCursor end = txtOut->textCursor();
     end.movePosition(QTextCursor::End);
     end.insertText(text);
@@ -282,6 +307,15 @@ void frmOutput::append(const QString& piece, bool red)
     // Lets the new line show at once; clicks wait until the run is over.
     if (m_running)
         QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
+}
+
+void frmOutput::cmdStop_Click()
+{
+    if (!m_running)
+        return;
+    m_cancel = true;
+    cmdStop->setEnabled(false);
+    cmdStop->setText(QStringLiteral("Cancelling..."));
 }
 
 void frmOutput::cmdCancel_Click()

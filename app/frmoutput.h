@@ -9,6 +9,7 @@
 
 #include <QDialog>
 
+#include <atomic>
 #include <memory>
 
 class MsgBox;
@@ -65,12 +66,15 @@ public:
     QProgressBar* pbChapters;
     QPushButton* cmdClose;
     QPushButton* cmdShowResult;
+    // Stops the run: enabled while it runs.
+    QPushButton* cmdStop;
 
 public slots:
     void cmdOK_Click();
     void cmdCancel_Click();
     void cmdProperties_Click();
     void cmdClose_Click();
+    void cmdStop_Click();
     void cmdShowResult_Click();
     // No way out while a run is in progress.
     void reject() override;
@@ -99,4 +103,7 @@ private:
     bool m_placed = false;
     bool m_logShown = false;
     bool m_running = false;
+    std::atomic<bool> m_cancel{false};
+    // Font metrics made so far at the first PDF (the log's marks).
+    int m_fontMarks = 0;
 };

@@ -101,7 +101,8 @@ bool rootRefused(const QString& errors, const QString& chroot, const QString& un
 
 } // namespace
 
-HelpCompileResult compileHelpProject(const QString& compiler, const QString& folder, const QString& workFolder)
+HelpCompileResult compileHelpProject(const QString& compiler, const QString& folder, const QString& workFolder,
+                                     const std::atomic<bool>* cancel)
 {
     HelpCompileResult r;
     const QString F = QDir(folder).absolutePath();
@@ -114,7 +115,7 @@ HelpCompileResult compileHelpProject(const QString& compiler, const QString& fol
         QDir(root).removeRecursively();
         r.note = note;
         r.rooted = false;
-        r.process = waitForProcess(compiler, {F + QStringLiteral("/htmlhelp.hhp")}, F);
+        r.process = waitForProcess(compiler, {F + QStringLiteral("/htmlhelp.hhp")}, F, {}, cancel);
         return r;
     };
     if (!isNativeProgram(program) || chroot.isEmpty())
@@ -138,7 +139,7 @@ HelpCompileResult compileHelpProject(const QString& compiler, const QString& fol
         attempts.append({unshare, QStringList{QStringLiteral("-r"), chroot} + inRoot});
     const QString made = root + QStringLiteral("/htmlhelp.chm");
     for (const auto& [prog, args] : attempts) {
-        r.process = waitForProcess(prog, args, root);
+        r.process = waitForProcess(prog, args, root, {}, cancel);
         if (QFileInfo::exists(made)) {
             QFile::remove(F + QStringLiteral("/htmlhelp.chm"));
             if (!QFile::rename(made, F + QStringLiteral("/htmlhelp.chm")) &&

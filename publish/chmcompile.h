@@ -17,5 +17,6 @@ struct HelpCompileResult {
 // Compiles `folder`/htmlhelp.hhp into `folder`/htmlhelp.chm. `workFolder`
 // holds the root while it runs (removed afterwards). A compiler that is not a
 // native program, or a system that cannot give it a root, gets the plain run.
-HelpCompileResult compileHelpProject(const QString& compiler, const QString& folder, const QString& workFolder);
+HelpCompileResult compileHelpProject(const QString& compiler, const QString& folder, const QString& workFolder,
+                                     const std::atomic<bool>* cancel = nullptr);
 

@@ -1116,6 +1116,7 @@ Result run(const Job& job)
                               job.layout == Layout::Single ? QStringLiteral("1") : QStringLiteral("0"));
         x.functions.assign(std::begin(kFunctions), std::end(kFunctions));
         x.userData = &w;
+        x.cancel = job.cancel;
         Worker* self = &w;
         x.onContext = [self](xsltTransformContext* ctxt) {
             xmlXPathOrderDocElems(self->transform->source());

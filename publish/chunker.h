@@ -12,6 +12,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <atomic>
 #include <functional>
 #include <utility>
 #include <vector>
@@ -65,6 +66,8 @@ struct Job {
     int workers = 0; // 0: one for each processor
     // Chapters rendered of all, told from the workers' threads.
     std::function<void(int done, int total)> progress;
+    // Set from another thread to stop the run (null: none).
+    const std::atomic<bool>* cancel = nullptr;
 };
 
 enum class Outcome {

@@ -275,6 +275,13 @@ bool cOutput::runOutput(const QString& language, const QString& formatWord, bool
             makeHTML(language, keepDocBook);
         else if (formatWord == kHTMLChunk)
             makeHTMLFrames(language, keepDocBook);
+        // A cancel that came after the last step leaves the output made.
+        if (cancelled() && resultFile.isEmpty()) {
+            removeFolder(tempFolder());
+            blank();
+            logLine(kCancelledLine, true);
+            enableResultButtons();
+        }
         return true;
     } catch (const std::exception&) {
         blank();
@@ -314,6 +321,7 @@ bool cOutput::writeStylesheet(const QString& text, QString* error)
 XsltJob cOutput::secondPass(const QString& writeFolder, const QString& output) const
 {
     XsltJob job;
+    job.cancel = m_cancel;
     job.stylesheet = tempFolder() + QStringLiteral("/quillary_temp.xsl");
     job.input = tempFolder() + QStringLiteral("/quillary.xml");
     job.inputDtd = false;
@@ -354,6 +362,7 @@ XsltResult cOutput::htmlPass(bool pages, const QString& writeFolder, const QStri
         c.params = job.params;
         OutputLog* log = &m_log;
         c.progress = [log](int done, int total) { log->progress(done, total); };
+        c.cancel = m_cancel;
         chunker::Result r;
         runOffThread([&] { r = chunker::run(c); });
         // Anything the chunker could not do, DocBook alone is asked to do:
@@ -405,6 +414,7 @@ bool cOutput::makeDocBook(const QString& language, const QString& out, const QSt
 
     logLine(QStringLiteral("XSLT: Transforming Quillary XML to DocBook XML..."));
     XsltJob job;
+    job.cancel = m_cancel;
     job.stylesheet = temp + QStringLiteral("/quillary_temp.xsl");
     job.input = paths::toDisk(m_project.getBookFile());
     job.output = temp + QStringLiteral("/quillary.xml");
@@ -504,7 +514,10 @@ void cOutput::makeHTMLHelp(const QString& language, bool keepDocBook)
     logLine(QStringLiteral("HH COMPILER: Compiling HTML Help from source files..."));
     // chmcmd reads the alias and map lines only from the project file itself.
     inlineHhpIncludes(P + QStringLiteral("htmlhelp.hhp"));
-    HelpCompileResult compiled = compileHelpProject(hhc, P, tempFolder());
+    HelpCompileResult compiled = compileHelpProject(hhc, P, tempFolder(), m_cancel);
+    // A compiler stopped halfway may have left half an archive.
+    if (compiled.process.cancelled)
+        deleteFile(P + QStringLiteral("htmlhelp.chm"));
     if (!fileExists(P + QStringLiteral("htmlhelp.chm"))) {
         logLine(QStringLiteral("HH COMPILER: HTML Help was not created!!!"), true);
         logTail(compiled.process.errorOutput);
@@ -584,8 +597,11 @@ void cOutput::makePDF(const QString& language, bool keepDocBook)
     const int heap = fopHeapMb(QFileInfo(fo).size(), physicalMemoryMb());
     // -a: a tagged PDF, its structure and language for assistive technology.
     ProcessResult pr = waitForProcess(fop, {"-c", fontConf, "-a", "-fo", fo, "-pdf", pdf}, P,
-                                      {QStringLiteral("JAVA_ARGS=-Xmx%1m").arg(heap)});
+                                      {QStringLiteral("JAVA_ARGS=-Xmx%1m").arg(heap)}, m_cancel);
     deleteFile(fo);
+    // FOP stopped halfway may have left half a document.
+    if (pr.cancelled)
+        deleteFile(pdf);
     if (!fileExists(pdf)) {
         logLine(QStringLiteral("FOP: PDF document was not created!!!"), true);
         if (pr.errorOutput.contains(QLatin1String("OutOfMemoryError")))

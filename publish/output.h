@@ -7,6 +7,8 @@
 #include <QSet>
 #include <QStringList>
 
+#include <atomic>
+
 class cProject;
 class cOutputProperties;
 class OutputLog;
@@ -23,6 +25,14 @@ public:
     static inline const QString kPDF = QStringLiteral("pdf");
     static inline const QString kHTML = QStringLiteral("html");
     static inline const QString kHTMLChunk = QStringLiteral("htmlchunk");
+
+    // A flag that another thread sets to stop the run: the running step (a
+    // transformation, the compiler, FOP) ends, the failure path cleans up,
+    // and the log says it was cancelled.
+    void setCancel(const std::atomic<bool>* cancel) { m_cancel = cancel; }
+    bool cancelled() const { return m_cancel && *m_cancel; }
+    static inline const QString kCancelledLine =
+        QStringLiteral("CANCELLED: Creating output was cancelled; nothing was published.");
 
     // The names for cmbLanguages: the main language first.
     QStringList languageNames() const;
@@ -80,6 +90,7 @@ private:
     OutputLog& m_log;
     MsgBox& m_box;
     bool m_logView = false;
+    const std::atomic<bool>* m_cancel = nullptr;
     bool m_resultButtons = false;
 };
 

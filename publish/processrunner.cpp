@@ -5,9 +5,14 @@
 #include <QProcess>
 #include <QProcessEnvironment>
 #include <QStandardPaths>
+#include <QTimer>
+
+#include <csignal>
+#include <unistd.h>
 
 ProcessResult waitForProcess(const QString& program, const QStringList& arguments,
-                             const QString& workingFolder, const QStringList& extraEnvironment)
+                             const QString& workingFolder, const QStringList& extraEnvironment,
+                             const std::atomic<bool>* cancel)
 {
     ProcessResult r;
     QProcess p;
@@ -25,6 +30,8 @@ ProcessResult waitForProcess(const QString& program, const QStringList& argument
         p.setProcessEnvironment(env);
     }
     p.setStandardInputFile(QProcess::nullDevice());
+    // A group of its own, so that a cancel reaches the programs it starts.
+    p.setChildProcessModifier([] { ::setpgid(0, 0); });
     p.setProcessChannelMode(QProcess::SeparateChannels);
     QString errors;
     QObject::connect(&p, &QProcess::readyReadStandardError, [&] {
@@ -45,8 +52,25 @@ ProcessResult waitForProcess(const QString& program, const QStringList& argument
         return r;
     }
     r.started = true;
-    if (p.state() != QProcess::NotRunning)
+    QTimer watch;
+    if (cancel) {
+        const qint64 group = p.processId();
+        QObject::connect(&watch, &QTimer::timeout, &loop, [&, group] {
+            if (!*cancel || r.cancelled)
+                return;
+            r.cancelled = true;
+            ::kill(-pid_t(group), SIGKILL);
+        });
+        watch.start(50);
+    }
+    if (p.state() != QProcess::NotRunning && !(cancel && *cancel))
         loop.exec();
+    if (cancel && *cancel && !r.cancelled && p.state() != QProcess::NotRunning) {
+        r.cancelled = true;
+        ::kill(-pid_t(p.processId()), SIGKILL);
+    }
+    if (r.cancelled)
+        p.waitForFinished(5000);
     errors += QString::fromLocal8Bit(p.readAllStandardError());
     r.errorOutput = errors;
     return r;

@@ -20,11 +20,56 @@
 #include <libxslt/xsltInternals.h>
 #include <libxslt/xsltutils.h>
 
+#include <condition_variable>
 #include <cstdarg>
 #include <memory>
 #include <mutex>
 #include <thread>
 #include <unistd.h>
+
+namespace {
+
+// While a transformation runs, a cancel flag set elsewhere stops it: the
+// processor leaves its loops once its state says stopped.
+class StopWatch {
+public:
+    StopWatch(const std::atomic<bool>* cancel, xsltTransformContext* ctxt)
+    {
+        if (!cancel)
+            return;
+        m_thread = std::thread([this, cancel, ctxt] {
+            std::unique_lock<std::mutex> lock(m_mutex);
+            while (!m_done) {
+                if (*cancel) {
+                    std::atomic_ref<xsltTransformState>(ctxt->state).store(XSLT_STATE_STOPPED);
+                    return;
+                }
+                m_wake.wait_for(lock, std::chrono::milliseconds(50));
+            }
+        });
+    }
+    ~StopWatch()
+    {
+        if (!m_thread.joinable())
+            return;
+        {
+            std::lock_guard<std::mutex> lock(m_mutex);
+            m_done = true;
+        }
+        m_wake.notify_all();
+        m_thread.join();
+    }
+    StopWatch(const StopWatch&) = delete;
+    StopWatch& operator=(const StopWatch&) = delete;
+
+private:
+    std::mutex m_mutex;
+    std::condition_variable m_wake;
+    bool m_done = false;
+    std::thread m_thread;
+};
+
+} // namespace
 
 namespace {
 
@@ -330,8 +375,13 @@ XsltResult XsltTransform::run()
                 QString baseFile = (job.outputBase.isEmpty() ? QFileInfo(job.output).absolutePath() : job.outputBase) +
                                    QStringLiteral("/index.html");
                 QByteArray base = QUrl::fromLocalFile(baseFile).toEncoded();
-                d->result.reset(
-                    xsltApplyStylesheetUser(style, doc, params.data(), base.constData(), nullptr, ctxt.get()));
+                {
+                    StopWatch stop(job.cancel, ctxt.get());
+                    d->result.reset(
+                        xsltApplyStylesheetUser(style, doc, params.data(), base.constData(), nullptr, ctxt.get()));
+                }
+                if (ctxt->state == XSLT_STATE_STOPPED && job.cancel && *job.cancel)
+                    messages += QStringLiteral("The transformation was cancelled.\n");
 
                 bool ok = d->result && ctxt->state != XSLT_STATE_ERROR && ctxt->state != XSLT_STATE_STOPPED;
                 if (d->result && ok && !job.output.isEmpty()) {

@@ -4,6 +4,8 @@
 // writing to the output folders, and nothing reaches the network.
 #include <QString>
 
+#include <atomic>
+
 #include <functional>
 #include <QStringList>
 
@@ -46,6 +48,8 @@ struct XsltJob {
     void* userData = nullptr;
     // Told of the transformation context before the transformation starts.
     std::function<void(xsltTransformContext*)> onContext;
+    // Set from another thread to stop the transformation (null: none).
+    const std::atomic<bool>* cancel = nullptr;
 };
 
 struct XsltResult {

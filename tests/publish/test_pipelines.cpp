@@ -11,8 +11,10 @@
 #include "processrunner.h"
 #include "publishpaths.h"
 #include "testsupport.h"
+#include "xsltrunner.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
@@ -21,7 +23,9 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <map>
+#include <thread>
 
 using namespace testing_support;
 
@@ -80,7 +84,8 @@ protected:
     };
 
     Run run(const QString& format, const QString& lang, bool keep = false,
-            const std::function<void(cOutputProperties&)>& setup = {}, const QString& projectFile = {})
+            const std::function<void(cOutputProperties&)>& setup = {}, const QString& projectFile = {},
+            const std::atomic<bool>* cancel = nullptr)
     {
         cProject project(box);
         EXPECT_TRUE(project.Load(projectFile.isEmpty() ? qly : projectFile));
@@ -89,6 +94,7 @@ protected:
             setup(props);
         OutputLog log;
         cOutput out(project, props, log, box);
+        out.setCancel(cancel);
         out.runOutput(lang, format, keep);
         EXPECT_TRUE(out.resultButtonsEnabled());
         return {log.text(), log.isRed(), out.resultFile, out.logView()};
@@ -590,4 +596,97 @@ TEST_F(Pipelines, FopsHeapFollowsTheBook)
                                "1024 MB. Close other programs or publish on a machine with more memory.\r\n"
                                "heap -Xmx1024m"))
         << r.log.toStdString();
+}
+
+// Cancel: FOP (a script whose child keeps running) is stopped with what it
+// started; the half-written PDF goes, the older result stays, the log says so.
+TEST_F(Pipelines, CancelStopsFOPAndCleansUp)
+{
+    writeBytes(dir.file("fonts.xml"), "");
+    publishpaths::setFontConfigurationFile(dir.file("fonts.xml"));
+    QString bin = dir.file("bin");
+    QDir().mkpath(bin);
+    const QString child = dir.file("child.pid");
+    makeExecutable(bin + "/fop", "#!/bin/sh\nfor a; do last=$a; done\necho half > \"$last\"\n"
+                                 "sleep 60 & echo $! > " + child.toUtf8() + "\nwait\n");
+    QByteArray oldPath = qgetenv("PATH");
+    qputenv("PATH", bin.toUtf8() + ":" + oldPath);
+    put(P + "output/book_en.pdf", "older");
+
+    std::atomic<bool> cancel{false};
+    // Set from another thread once FOP runs, as the window's button would.
+    std::thread clicker([&] {
+        for (int i = 0; i < 600 && !QFileInfo::exists(child); ++i)
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        cancel = true;
+    });
+    QElapsedTimer t;
+    t.start();
+    Run r = run(cOutput::kPDF, "en", false, {}, {}, &cancel);
+    clicker.join();
+    qputenv("PATH", oldPath);
+    EXPECT_LT(t.elapsed(), 30000);
+    EXPECT_TRUE(r.red);
+    EXPECT_TRUE(r.log.contains("\r\nFOP: PDF document was not created!!!"));
+    EXPECT_TRUE(r.log.endsWith(cOutput::kCancelledLine)) << r.log.right(300).toStdString();
+    EXPECT_EQ(readBytes(P + "output/book_en.pdf"), "older");
+    EXPECT_EQ(projectEntries(), kAuthorFiles + QStringList{"output"}); // no .fo, no .pdf, no temp
+    // The program FOP started is gone too.
+    const QByteArray pid = readBytes(child).trimmed();
+    ASSERT_FALSE(pid.isEmpty());
+    EXPECT_FALSE(QFileInfo::exists("/proc/" + QString::fromLatin1(pid) + "/cmdline") &&
+                 readBytes("/proc/" + QString::fromLatin1(pid) + "/cmdline").startsWith("sleep"));
+}
+
+// A cancel before the first step: the DocBook pass stops at once and
+// nothing of the run is left.
+TEST_F(Pipelines, CancelBeforeTheFirstStep)
+{
+    for (const QString& format : {cOutput::kHTML, cOutput::kHTMLChunk}) {
+        std::atomic<bool> cancel{true};
+        Run r = run(format, "en", false, {}, {}, &cancel);
+        EXPECT_TRUE(r.red) << format.toStdString();
+        EXPECT_TRUE(r.log.endsWith(cOutput::kCancelledLine)) << r.log.right(300).toStdString();
+        EXPECT_EQ(r.result, QString());
+        // At most the output folders, with no file in them.
+        QStringList left = projectEntries();
+        if (left.removeAll("output"))
+            EXPECT_TRUE(filesBelow(P + "output").empty()) << format.toStdString();
+        EXPECT_EQ(left, kAuthorFiles) << format.toStdString();
+    }
+}
+
+// A long transformation stops within moments of the flag.
+TEST(XsltCancel, StopsALongTransformation)
+{
+    TempDir dir;
+    writeBytes(dir.file("in.xml"), "<a>" + QByteArray("<b/>").repeated(100) + "</a>");
+    writeBytes(dir.file("loop.xsl"),
+               "<xsl:stylesheet xmlns:xsl=\"http://www.w3.org/1999/XSL/Transform\" version=\"1.0\">"
+               "<xsl:variable name=\"n\" select=\"/a/b\"/>"
+               "<xsl:template match=\"/\"><r><xsl:for-each select=\"$n\"><xsl:for-each select=\"$n\">"
+               "<xsl:for-each select=\"$n\"><xsl:for-each select=\"$n\"><xsl:for-each select=\"$n\">"
+               "<xsl:for-each select=\"$n\"><xsl:value-of select=\"''\"/></xsl:for-each></xsl:for-each>"
+               "</xsl:for-each></xsl:for-each></xsl:for-each></xsl:for-each></r></xsl:template>"
+               "</xsl:stylesheet>");
+    XsltJob job;
+    job.stylesheet = dir.file("loop.xsl");
+    job.input = dir.file("in.xml");
+    job.output = dir.file("out.xml");
+    job.readFolders = {dir.path()};
+    job.writeFolders = {dir.path()};
+    std::atomic<bool> cancel{false};
+    job.cancel = &cancel;
+    std::thread clicker([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(300));
+        cancel = true;
+    });
+    QElapsedTimer t;
+    t.start();
+    const XsltResult r = runXsltHere(job);
+    clicker.join();
+    EXPECT_LT(t.elapsed(), 10000);
+    EXPECT_FALSE(r.transformed);
+    EXPECT_TRUE(r.messages.contains("The transformation was cancelled.")) << r.messages.toStdString();
+    EXPECT_FALSE(QFileInfo::exists(dir.file("out.xml")));
 }
