@@ -1,5 +1,7 @@
 #include "cfolderbrowser.h"
 
+#include "dialogsupport.h"
+
 #include <QFileDialog>
 
 QString cFolderBrowser::Browse(const QString& title, QWidget* owner)
@@ -9,8 +11,5 @@ QString cFolderBrowser::Browse(const QString& title, QWidget* owner)
     dlg.setFileMode(QFileDialog::Directory);
     dlg.setOption(QFileDialog::ShowDirsOnly, true);
     dlg.setAcceptMode(QFileDialog::AcceptOpen);
-    if (dlg.exec() != QDialog::Accepted)
-        return QString();
-    const QStringList chosen = dlg.selectedFiles();
-    return chosen.isEmpty() ? QString() : chosen.constFirst();
+    return dialogsupport::execFileDialog(dlg, QStringLiteral("folder")).value_or(QString());
 }

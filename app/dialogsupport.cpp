@@ -1,5 +1,7 @@
 #include "dialogsupport.h"
 
+#include "desktopsettings.h"
+
 #include <QAbstractButton>
 #include <QApplication>
 #include <QColorDialog>
@@ -41,6 +43,28 @@ void paintSwatch(QAbstractButton* swatch, int32_t number)
     swatch->setProperty("colorNumber", number);
 }
 
+std::optional<QString> execFileDialog(QFileDialog& dlg, const QString& purpose, const QString& folder)
+{
+    DesktopSettings settings;
+    const QString start = folder.isEmpty() ? settings.lastFolder(purpose) : folder;
+    if (!start.isEmpty())
+        dlg.setDirectory(start);
+    const QString sizeKey = QStringLiteral("file-") + purpose;
+    const QSize size = settings.dialogSize(sizeKey);
+    if (size.isValid())
+        dlg.resize(size);
+    const bool accepted = dlg.exec() == QDialog::Accepted;
+    // The desktop's own dialog keeps its size itself; Qt's reports it here.
+    settings.setDialogSize(sizeKey, dlg.size());
+    if (!accepted)
+        return std::nullopt;
+    const QStringList files = dlg.selectedFiles();
+    if (files.isEmpty())
+        return QString();
+    settings.setLastFolder(purpose, files.constFirst());
+    return files.constFirst();
+}
+
 namespace {
 std::optional<QString> askFile(QWidget* parent, const QString& folder, const QString& filter, bool save)
 {
@@ -49,12 +73,7 @@ std::optional<QString> askFile(QWidget* parent, const QString& folder, const QSt
     dlg.setAcceptMode(save ? QFileDialog::AcceptSave : QFileDialog::AcceptOpen);
     dlg.setFileMode(save ? QFileDialog::AnyFile : QFileDialog::ExistingFile);
     dlg.setNameFilter(filter);
-    if (!folder.isEmpty())
-        dlg.setDirectory(folder);
-    if (dlg.exec() != QDialog::Accepted)
-        return std::nullopt;
-    const QStringList files = dlg.selectedFiles();
-    return files.isEmpty() ? QString() : files.constFirst();
+    return execFileDialog(dlg, save ? QStringLiteral("save") : QStringLiteral("open"), folder);
 }
 } // namespace
 

@@ -11,6 +11,7 @@
 #include <optional>
 
 class QAbstractButton;
+class QFileDialog;
 class QWidget;
 
 namespace dialogsupport {
@@ -33,6 +34,13 @@ using FileAskFn = std::function<std::optional<QString>(QWidget* parent, const QS
 using ColorAskFn = std::function<bool(QWidget* parent, QColor& color)>;
 // Hands a file or an address to the desktop's default application.
 using OpenUrlFn = std::function<bool(const QUrl& url)>;
+
+// Runs a file dialog of a purpose ("project", "image", ...): it opens in
+// the folder last used for that purpose unless the caller gave one, in the
+// size the user last left it, and remembers both. The desktop's own dialog
+// is used where the platform offers one. The first chosen path, or
+// nullopt for Cancel.
+std::optional<QString> execFileDialog(QFileDialog& dlg, const QString& purpose, const QString& folder = {});
 
 std::optional<QString> askOpenFile(QWidget* parent, const QString& folder, const QString& filter);
 std::optional<QString> askSaveFile(QWidget* parent, const QString& folder, const QString& filter);

@@ -1,5 +1,7 @@
 #include "frmbackup.h"
 
+#include "dialogsupport.h"
+
 #include "backup.h"
 #include "barprogress.h"
 
@@ -72,12 +74,7 @@ std::optional<QString> frmBackup::askSaveZip(QWidget* parent, const QString& fol
     dlg.setDefaultSuffix(QStringLiteral("zip"));
     // Asking before an existing file is replaced is the dialog's default.
     dlg.setOption(QFileDialog::DontConfirmOverwrite, false);
-    if (!folder.isEmpty())
-        dlg.setDirectory(folder);
-    if (dlg.exec() != QDialog::Accepted)
-        return std::nullopt;
-    const QStringList files = dlg.selectedFiles();
-    return files.isEmpty() ? QString() : files.constFirst();
+    return dialogsupport::execFileDialog(dlg, QStringLiteral("backup"), folder);
 }
 
 QString frmBackup::baseFolder() const

@@ -1,5 +1,7 @@
 #include "frmbook.h"
 
+#include "dialogsupport.h"
+
 #include "cbook.h"
 #include "holders.h"
 #include "mcommon.h"
@@ -235,7 +237,5 @@ QString frmBook::askSavePath(QWidget* parent, const QString& filter)
     dlg.setDefaultSuffix(QStringLiteral("qly"));
     // The form says itself when the file or its folder exists.
     dlg.setOption(QFileDialog::DontConfirmOverwrite, true);
-    if (dlg.exec() != QDialog::Accepted || dlg.selectedFiles().isEmpty())
-        return QString();
-    return dlg.selectedFiles().constFirst();
+    return dialogsupport::execFileDialog(dlg, QStringLiteral("project")).value_or(QString());
 }

@@ -1,5 +1,7 @@
 #include "frmimage.h"
 
+#include "dialogsupport.h"
+
 #include "elementhtml.h"
 #include "elementvalues.h"
 #include "holders.h"
@@ -129,9 +131,12 @@ frmImage::frmImage(MsgBox* box, QWidget* parent) : QDialog(parent)
     connect(cmdCancel, &QPushButton::clicked, this, &frmImage::cmdCancel_Click);
 
     cdlOpen = [](QWidget* p) {
-        return QFileDialog::getOpenFileName(p, QStringLiteral("Import Image"), QString(),
-                                            QStringLiteral("Images (*.png *.jpg *.jpeg *.gif *.bmp *.tif *.tiff);;"
-                                                           "All files (*)"));
+        QFileDialog dlg(p, QStringLiteral("Import Image"));
+        dlg.setObjectName(QStringLiteral("cdlOpen"));
+        dlg.setAcceptMode(QFileDialog::AcceptOpen);
+        dlg.setFileMode(QFileDialog::ExistingFile);
+        dlg.setNameFilter(QStringLiteral("Images (*.png *.jpg *.jpeg *.gif *.bmp *.tif *.tiff);;All files (*)"));
+        return dialogsupport::execFileDialog(dlg, QStringLiteral("image")).value_or(QString());
     };
 }
 

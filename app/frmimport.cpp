@@ -186,11 +186,7 @@ QString frmImport::askOpen(QWidget* parent, const QString& title, const QString&
     dlg.setAcceptMode(QFileDialog::AcceptOpen);
     dlg.setFileMode(QFileDialog::ExistingFile);
     dlg.setNameFilter(filter);
-    if (!folder.isEmpty())
-        dlg.setDirectory(folder);
-    if (dlg.exec() != QDialog::Accepted || dlg.selectedFiles().isEmpty())
-        return QString();
-    return dlg.selectedFiles().constFirst();
+    return dialogsupport::execFileDialog(dlg, QStringLiteral("import"), folder).value_or(QString());
 }
 
 QString frmImport::open(const QString& folder)

@@ -1,5 +1,8 @@
 #include "frmmain.h"
 
+#include "desktopsettings.h"
+#include "dialogsupport.h"
+
 #include "editingcontroller.h"
 #include "editagent.h"
 
@@ -35,6 +38,7 @@
 #include <QFrame>
 #include <QGuiApplication>
 #include <QHBoxLayout>
+#include <QHeaderView>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QMenu>
@@ -43,6 +47,7 @@
 #include <QScreen>
 #include <QSplitter>
 #include <QStatusBar>
+#include <QTableWidget>
 #include <QTimer>
 #include <QToolBar>
 #include <QVBoxLayout>
@@ -207,6 +212,12 @@ void frmMain::run(CommandId id)
     case CommandId::Open: mnuOpen_Click(); break;
     case CommandId::Save: mnuSave_Click(); break;
     case CommandId::Exit: mnuExit_Click(); break;
+    case CommandId::CloseProject: s.resetWorkspace(); break;
+    case CommandId::RemoveMissingRecent: DesktopSettings().removeMissing(); break;
+    case CommandId::Search: showSearch(); break;
+    case CommandId::RenameNode: renameNode(); break;
+    case CommandId::DeleteNode: deleteNode(); break;
+    case CommandId::Shortcuts: mnuShortcuts_Click(); break;
     case CommandId::Undo: mnuUndo_Click(); break;
     case CommandId::Redo: mnuRedo_Click(); break;
     case CommandId::Cut: mnuCut_Click(); break;
@@ -274,9 +285,12 @@ void frmMain::buildMenus()
     menuBar()->setObjectName(QStringLiteral("mnuBar"));
 
     QMenu* file = addMenu(nullptr, "mnuFile", QStringLiteral("&File"));
-    add(file, {"mnuNew", "mnuOpen", "mnuSave", nullptr, "mnuExit"});
+    add(file, {"mnuNew", "mnuOpen"});
+    QMenu* recent = addMenu(file, "mnuRecent", QStringLiteral("Recent &Projects"));
+    connect(recent, &QMenu::aboutToShow, this, &frmMain::fillRecentMenu);
+    add(file, {"mnuSave", "mnuCloseProject", nullptr, "mnuExit"});
     QMenu* edit = addMenu(nullptr, "mnuEdit", QStringLiteral("&Edit"));
-    add(edit, {"mnuUndo", "mnuRedo", nullptr, "mnuCut", "mnuCopy", "mnuPaste", nullptr, "mnuFind", nullptr,
+    add(edit, {"mnuUndo", "mnuRedo", nullptr, "mnuCut", "mnuCopy", "mnuPaste", nullptr, "mnuFind", "mnuSearch", nullptr,
                "mnuSpelling", "mnuSynonyms", "mnuAntonyms"});
     QMenu* project = addMenu(nullptr, "mnuProject", QStringLiteral("&Project"));
     add(project, {"mnuOutput", "mnuVerify", nullptr, "mnuBackup"});
@@ -288,7 +302,7 @@ void frmMain::buildMenus()
     QMenu* tools = addMenu(nullptr, "mnuTools", QStringLiteral("&Tools"));
     add(tools, {"mnuSettings"});
     QMenu* help = addMenu(nullptr, "mnuHelp", QStringLiteral("&Help"));
-    add(help, {"mnuAbout", "mnuDebug"});
+    add(help, {"mnuAbout", "mnuShortcuts", "mnuDebug"});
 
     // Context menus of the tree and of the page.
     auto popupMenu = [this](const char* name) {
@@ -395,6 +409,11 @@ void frmMain::buildCentre()
 
     trvBook = new BookTreeWidget(splMain);
     trvBook->setMinimumWidth(160);
+    // F2 and Delete belong to the tree: on the page they edit text.
+    for (CommandId id : {CommandId::RenameNode, CommandId::DeleteNode}) {
+        action(id)->setShortcutContext(Qt::WidgetWithChildrenShortcut);
+        trvBook->addAction(action(id));
+    }
 
     auto* right = new QFrame(splMain);
     right->setObjectName(QStringLiteral("fraEditor"));
@@ -484,6 +503,18 @@ void frmMain::buildStatusBar()
     panel[2]->setMinimumWidth(150);
     panel[2]->setContentsMargins(6, 0, 6, 0);
     sbrStatus->addPermanentWidget(panel[2]);
+
+    // "Saved" for a few seconds after each save.
+    lblSaved = new QLabel(sbrStatus);
+    lblSaved->setObjectName(QStringLiteral("lblSaved"));
+    lblSaved->setMinimumWidth(50);
+    lblSaved->setContentsMargins(6, 0, 6, 0);
+    sbrStatus->addPermanentWidget(lblSaved);
+    auto* clear = new QTimer(lblSaved);
+    clear->setObjectName(QStringLiteral("tmrSaved"));
+    clear->setSingleShot(true);
+    clear->setInterval(4000);
+    connect(clear, &QTimer::timeout, lblSaved, &QLabel::clear);
 }
 
 void frmMain::wireSession()
@@ -560,8 +591,118 @@ void frmMain::fitToScreen()
 
 void frmMain::startUp(const QString& commandLine)
 {
-    fitToScreen();
-    m_session->startUp(commandLine);
+    restoreLayout();
+    QString line = commandLine;
+    if (Session::projectFromCommandLine(line).isEmpty()) {
+        const QString last = DesktopSettings().projectToReopen();
+        if (!last.isEmpty())
+            line = QLatin1Char('"') + last + QLatin1Char('"');
+    }
+    m_session->startUp(line);
+}
+
+void frmMain::restoreLayout()
+{
+    DesktopSettings settings;
+    if (!restoreGeometry(settings.windowGeometry()))
+        fitToScreen();
+    restoreState(settings.windowState());
+    splMain->restoreState(settings.splitterState());
+}
+
+void frmMain::saveLayout()
+{
+    DesktopSettings settings;
+    settings.setWindowGeometry(saveGeometry());
+    settings.setWindowState(saveState());
+    settings.setSplitterState(splMain->saveState());
+}
+
+void frmMain::projectOpened(const QString& projectFile)
+{
+    DesktopSettings().addRecent(projectFile);
+    // After the open has run to its end (its boxes included).
+    QTimer::singleShot(0, this, [this, projectFile] { restoreProjectState(projectFile); });
+}
+
+void frmMain::restoreProjectState(const QString& projectFile)
+{
+    Session& s = *m_session;
+    if (!s.isOpen() || s.project().GetProjectFile() != projectFile)
+        return;
+    // Showing a topic calls the page, which may be busy with a call of its own.
+    if (dEdit->inCall()) {
+        QTimer::singleShot(10, this, [this, projectFile] { restoreProjectState(projectFile); });
+        return;
+    }
+    const DesktopSettings::ProjectState state = DesktopSettings().projectState(projectFile);
+    trvBook->sync();
+    for (const QString& identity : state.expanded)
+        if (NodePtr node = nodeByIdentity(s.tree(), identity))
+            if (QTreeWidgetItem* item = trvBook->itemOf(node))
+                item->setExpanded(true);
+    if (NodePtr topic = nodeByIdentity(s.tree(), state.openTopic);
+        topic && topic->Tag == QLatin1String("topic") && !s.shownTopic()) {
+        s.tree().Select(topic);
+        s.clickOnTopic(topic);
+        if (QTreeWidgetItem* item = trvBook->itemOf(topic))
+            trvBook->scrollToItem(item);
+    }
+}
+
+void frmMain::projectClosing(const QString& projectFile)
+{
+    DesktopSettings::ProjectState state;
+    trvBook->sync();
+    m_session->tree().forEach([&](const NodePtr& node, int) {
+        if (QTreeWidgetItem* item = trvBook->itemOf(node); item && item->isExpanded())
+            state.expanded << nodeIdentity(node);
+    });
+    state.openTopic = nodeIdentity(m_session->shownTopic());
+    DesktopSettings().setProjectState(projectFile, state);
+}
+
+void frmMain::topicSaved()
+{
+    lblSaved->setText(QStringLiteral("Saved"));
+    lblSaved->findChild<QTimer*>(QStringLiteral("tmrSaved"))->start();
+}
+
+void frmMain::fillRecentMenu()
+{
+    QMenu* m = menu(QStringLiteral("mnuRecent"));
+    m->clear();
+    const QList<DesktopSettings::Recent> recent = DesktopSettings().recentProjects();
+    bool missing = false;
+    for (int i = 0; i < recent.size(); ++i) {
+        const DesktopSettings::Recent& r = recent[i];
+        // An ampersand in a path is no mnemonic.
+        QString text = QStringLiteral("&%1 %2").arg(i + 1).arg(QString(r.path).replace(QLatin1Char('&'), QStringLiteral("&&")));
+        if (!r.exists)
+            text += QStringLiteral(" (missing)");
+        QAction* a = m->addAction(text);
+        a->setObjectName(QStringLiteral("mnuRecent%1").arg(i + 1));
+        a->setData(r.path);
+        a->setEnabled(r.exists);
+        const QString path = r.path;
+        connect(a, &QAction::triggered, this, [this, path] { openRecent(path); });
+        missing = missing || !r.exists;
+    }
+    if (recent.isEmpty()) {
+        QAction* none = m->addAction(QStringLiteral("(none)"));
+        none->setObjectName(QStringLiteral("mnuRecentNone"));
+        none->setEnabled(false);
+    }
+    m->addSeparator();
+    m->addAction(action(CommandId::RemoveMissingRecent));
+    action(CommandId::RemoveMissingRecent)->setEnabled(missing);
+}
+
+void frmMain::openRecent(const QString& path)
+{
+    if (m_session->askSaveTopic())
+        return;
+    m_session->openProject(path);
 }
 
 // --- the session's view ------------------------------------------------------
@@ -672,9 +813,7 @@ QString frmMain::askOpenPath(QWidget* parent, const QString& filter)
     dlg.setAcceptMode(QFileDialog::AcceptOpen);
     dlg.setFileMode(QFileDialog::ExistingFile);
     dlg.setNameFilter(filter);
-    if (dlg.exec() != QDialog::Accepted || dlg.selectedFiles().isEmpty())
-        return QString();
-    return dlg.selectedFiles().constFirst();
+    return dialogsupport::execFileDialog(dlg, QStringLiteral("project")).value_or(QString());
 }
 
 void frmMain::mnuOpen_Click()
@@ -739,6 +878,87 @@ void frmMain::mnuAbout_Click()
 {
     frmAbout dlg(this);
     dlg.exec();
+}
+
+void frmMain::mnuShortcuts_Click()
+{
+    QDialog dlg(this);
+    dlg.setObjectName(QStringLiteral("frmShortcuts"));
+    dlg.setWindowTitle(QStringLiteral("Keyboard Shortcuts"));
+    auto* table = new QTableWidget(&dlg);
+    table->setObjectName(QStringLiteral("tblShortcuts"));
+    table->setColumnCount(2);
+    table->setHorizontalHeaderLabels({QStringLiteral("Command"), QStringLiteral("Keys")});
+    table->verticalHeader()->hide();
+    table->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    table->setSelectionBehavior(QAbstractItemView::SelectRows);
+    const QList<ShortcutRow> rows = shortcutRows();
+    table->setRowCount(int(rows.size()));
+    for (int i = 0; i < rows.size(); ++i) {
+        // The keys in the desktop's words ("Ctrl+Shift+F", "Del").
+        QStringList keys;
+        for (const QString& k : rows[i].keys.split(QStringLiteral(", ")))
+            keys << QKeySequence::fromString(k, QKeySequence::PortableText).toString(QKeySequence::NativeText);
+        table->setItem(i, 0, new QTableWidgetItem(rows[i].what));
+        table->setItem(i, 1, new QTableWidgetItem(keys.join(QStringLiteral(", "))));
+    }
+    table->resizeColumnsToContents();
+    table->horizontalHeader()->setStretchLastSection(true);
+    auto* close = new QPushButton(QStringLiteral("Close"), &dlg);
+    close->setObjectName(QStringLiteral("cmdClose"));
+    close->setDefault(true);
+    connect(close, &QPushButton::clicked, &dlg, &QDialog::accept);
+    auto* layout = new QVBoxLayout(&dlg);
+    layout->addWidget(table);
+    auto* buttons = new QHBoxLayout;
+    buttons->addStretch(1);
+    buttons->addWidget(close);
+    layout->addLayout(buttons);
+    dlg.resize(460, 520);
+    if (m_prepareForm)
+        m_prepareForm(&dlg);
+    dlg.exec();
+}
+
+void frmMain::showSearch()
+{
+}
+
+void frmMain::renameNode()
+{
+    Session& s = *m_session;
+    NodePtr node = s.tree().SelectedItem();
+    if (!node || s.isReadOnly())
+        return;
+    s.clickOnTopic(node);
+    if (node->Removed())
+        return;
+    if (node->Tag == QLatin1String("book"))
+        s.editBookProperties();
+    else if (node->Tag == QLatin1String("chapter"))
+        s.mnuChapterProperties();
+    else if (node->Tag == QLatin1String("topic") && s.shownTopic() == node && s.enabled(CommandId::Save)) {
+        // A topic's title is the heading of its page: it is typed there.
+        dEdit->setFocus();
+        m_editing->agentCall(QStringLiteral("selectTitle"));
+    }
+}
+
+void frmMain::deleteNode()
+{
+    Session& s = *m_session;
+    NodePtr node = s.tree().SelectedItem();
+    if (!node || s.isReadOnly())
+        return;
+    s.clickOnTopic(node);
+    if (node->Removed())
+        return;
+    if (node->Tag == QLatin1String("book"))
+        s.mnuDeleteBook();
+    else if (node->Tag == QLatin1String("chapter"))
+        s.mnuDeleteChapter();
+    else if (node->Tag == QLatin1String("topic") && s.shownTopic() == node)
+        s.mnuDeleteTopic();
 }
 
 void frmMain::mnuDebug_Click()
@@ -1056,6 +1276,9 @@ void frmMain::closeEvent(QCloseEvent* event)
         event->ignore();
         return;
     }
+    saveLayout();
+    if (m_session->isOpen())
+        projectClosing(m_session->project().GetProjectFile());
     event->accept();
 }
 

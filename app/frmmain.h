@@ -66,6 +66,10 @@ public:
     // Called with each form of the language exchange before it is shown,
     // so that tests can replace its file dialogs.
     void setPrepareForm(std::function<void(QDialog*)> fn) { m_prepareForm = std::move(fn); }
+    // Opens a project of the Recent Projects menu (after the save prompt).
+    void openRecent(const QString& path);
+    // The Recent Projects menu as it is about to show.
+    void fillRecentMenu();
 
     // The file dialog of mnuOpen.
     static QString askOpenPath(QWidget* parent, const QString& filter);
@@ -106,7 +110,12 @@ public:
     void setDropEnabled(bool on) override;
     void setActElement(const QString& text) override;
     void setCompleteChecked(bool on) override;
+    void projectOpened(const QString& projectFile) override;
+    void projectClosing(const QString& projectFile) override;
+    void topicSaved() override;
     using QMainWindow::setEnabled;
+
+    QLabel* lblSaved = nullptr;
 
 public slots:
     void mnuNew_Click();
@@ -128,6 +137,12 @@ public slots:
     void mnuExport_Click();
     void mnuImport_Click();
     void mnuBackup_Click();
+    void mnuShortcuts_Click();
+    // The search panel, shown with its field focused.
+    void showSearch();
+    // F2 and Delete of the tree: what they mean depends on the node.
+    void renameNode();
+    void deleteNode();
     // Shows the settings dialog, then reads the settings again.
     void reloadSettings();
 
@@ -158,6 +173,10 @@ private:
     void fitToScreen();
     bool handleKey(QKeyEvent* event);
     bool inEditArea(QObject* watched) const;
+    // The window's layout and each project's tree, kept between runs.
+    void saveLayout();
+    void restoreLayout();
+    void restoreProjectState(const QString& projectFile);
 
     MsgBox& m_box;
     std::unique_ptr<Session> m_session;

@@ -1,8 +1,10 @@
 #include "frmoptions.h"
 
+#include "desktopsettings.h"
 #include "msgbox.h"
 #include "qtmsgbox.h"
 
+#include <QCheckBox>
 #include <QEvent>
 #include <QGridLayout>
 #include <QGroupBox>
@@ -84,6 +86,13 @@ frmOptions::frmOptions(MsgBox* box, QWidget* parent)
     picAnchor = picture("picAnchor", QStringLiteral("Anchor color"), 2);
     colourLayout->setColumnStretch(2, 1);
 
+    auto* start = new QGroupBox(QStringLiteral("Start"), this);
+    start->setObjectName(QStringLiteral("fraStart"));
+    chkReopen = new QCheckBox(QStringLiteral("&Reopen the last project at start"), start);
+    chkReopen->setObjectName(QStringLiteral("chkReopen"));
+    auto* startLayout = new QVBoxLayout(start);
+    startLayout->addWidget(chkReopen);
+
     cmdOK = button("cmdOK", QStringLiteral("OK"));
     cmdOK->setDefault(true);
     cmdCancel = button("cmdCancel", QStringLiteral("Cancel"));
@@ -95,6 +104,7 @@ frmOptions::frmOptions(MsgBox* box, QWidget* parent)
     auto* top = new QVBoxLayout(this);
     top->addWidget(compiler);
     top->addWidget(colours);
+    top->addWidget(start);
     top->addLayout(buttons);
 
     connect(cmdOpen, &QPushButton::clicked, this, &frmOptions::cmdOpen_Click);
@@ -112,6 +122,7 @@ void frmOptions::load()
         return;
     m_loaded = true;
     m_model.formLoad(m_confPath);
+    chkReopen->setChecked(DesktopSettings(m_desktopFile).reopenLast());
     showValues();
 }
 
@@ -168,8 +179,10 @@ void frmOptions::cmdOK_Click()
 {
     load();
     m_model.txtFile = txtFile->text();
-    if (m_model.cmdOK())
+    if (m_model.cmdOK()) {
+        DesktopSettings(m_desktopFile).setReopenLast(chkReopen->isChecked());
         accept();
+    }
 }
 
 void frmOptions::cmdCancel_Click()

@@ -10,6 +10,7 @@
 #include <memory>
 
 class MsgBox;
+class QCheckBox;
 class QLabel;
 class QLineEdit;
 class QPushButton;
@@ -26,6 +27,8 @@ public:
 
     // conf.xml to edit instead of the user's one.
     void setConfigFile(const QString& path) { m_confPath = path; }
+    // The desktop settings file to use instead of the user's one.
+    void setDesktopFile(const QString& path) { m_desktopFile = path; }
     // Form load: reads conf.xml. Runs once, at the first show at the latest.
     void load();
     cOptions& model() { return m_model; }
@@ -43,6 +46,7 @@ public:
     QPushButton* picAnchor;
     QLabel* lblDownload;
     QLabel* lblPlacement;
+    QCheckBox* chkReopen;
     QPushButton* cmdOK;
     QPushButton* cmdCancel;
 
@@ -65,6 +69,7 @@ private:
     MsgBox* m_box;
     cOptions m_model;
     QString m_confPath;
+    QString m_desktopFile;
     bool m_loaded = false;
     bool m_placed = false;
 };

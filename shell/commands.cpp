@@ -9,10 +9,12 @@ using C = CommandId;
 
 // Shortcuts: several are separated by ";".
 const Command kCommands[] = {
-    {C::New, "mnuNew", "&New", "New", nullptr, E::Always, true},
+    {C::New, "mnuNew", "&New", "New", "Ctrl+N", E::Always, true},
     {C::Open, "mnuOpen", "&Open...", "Open", "Ctrl+O", E::Always, true},
     {C::Save, "mnuSave", "&Save", "Save", "Ctrl+S", E::Editing, true},
-    {C::Exit, "mnuExit", "E&xit", nullptr, nullptr, E::Always, true},
+    {C::Exit, "mnuExit", "E&xit", nullptr, "Ctrl+Q", E::Always, true},
+    {C::CloseProject, "mnuCloseProject", "&Close Project", nullptr, "Ctrl+W", E::Project, true},
+    {C::RemoveMissingRecent, "mnuRemoveMissingRecent", "&Remove Missing Projects", nullptr, nullptr, E::Always, true},
     {C::Undo, "mnuUndo", "&Undo", "Undo", "Ctrl+Z", E::Editing, true},
     {C::Redo, "mnuRedo", "&Redo", "Redo", "Ctrl+Y;Ctrl+Shift+Z", E::Editing, true},
     {C::Cut, "mnuCut", "Cu&t", "Cut", "Ctrl+X", E::Editing, true},
@@ -33,8 +35,13 @@ const Command kCommands[] = {
     {C::XliffImport, "mnuXliffImport", "Import XLI&FF...", nullptr, nullptr, E::Locked, true},
     {C::NewLanguage, "mnuNewLanguage", "&Add New Language", nullptr, nullptr, E::Unlocked, true},
     {C::ContextHelp, "mnuContextHelp", "&Context Help ID", nullptr, nullptr, E::Unlocked, true},
+    {C::Search, "mnuSearch", "Search the &Book...", nullptr, "Ctrl+Shift+F", E::Project, true},
+    // Keys of the tree: they act on its selected node while it has the focus.
+    {C::RenameNode, "mnuRenameNode", "&Rename", nullptr, "F2", E::Book, true},
+    {C::DeleteNode, "mnuDeleteNode", "&Delete", nullptr, "Del", E::Book, true},
     {C::Settings, "mnuSettings", "&Settings...", nullptr, nullptr, E::Always, true},
     {C::About, "mnuAbout", "&About Quillary Author", nullptr, "F1", E::Always, true},
+    {C::Shortcuts, "mnuShortcuts", "&Keyboard Shortcuts", nullptr, nullptr, E::Always, true},
     {C::Debug, "mnuDebug", "&Debug Listing", nullptr, nullptr, E::Always, true},
     {C::InsertBook, "mnuInsertBook", "&Insert Book...", nullptr, nullptr, E::Always, true},
     {C::InsertChapterToBook, "mnuInsertChapterToBook", "Insert &Chapter...", nullptr, nullptr, E::Book, true},
@@ -77,4 +84,24 @@ std::optional<CommandId> commandByName(const QString& name)
         if (name == QLatin1String(c.objectName) || (c.toolbarKey && name == QLatin1String(c.toolbarKey)))
             return c.id;
     return std::nullopt;
+}
+
+QList<ShortcutRow> shortcutRows()
+{
+    QList<ShortcutRow> rows;
+    for (const Command& c : kCommands) {
+        if (!c.shortcut)
+            continue;
+        QString what = QString::fromLatin1(c.text).remove(QLatin1Char('&'));
+        if (what.endsWith(QLatin1String("...")))
+            what.chop(3);
+        if (c.id == CommandId::RenameNode || c.id == CommandId::DeleteNode)
+            what += QStringLiteral(" (book tree)");
+        QStringList keys = QString::fromLatin1(c.shortcut).split(QLatin1Char(';'));
+        rows.append({what, keys.join(QStringLiteral(", "))});
+    }
+    // Keys of the page that are no menu command.
+    rows.append({QStringLiteral("Bold"), QStringLiteral("Ctrl+B")});
+    rows.append({QStringLiteral("Select all"), QStringLiteral("Ctrl+A")});
+    return rows;
 }

@@ -3,6 +3,7 @@
 // control carries, its text, its toolbar key, its shortcut and the state of
 // the session that enables it. The window makes one action per row; the
 // session publishes which ids are enabled.
+#include <QList>
 #include <QString>
 
 #include <map>
@@ -10,10 +11,11 @@
 #include <span>
 
 enum class CommandId {
-    New, Open, Save, Exit,
+    New, Open, Save, Exit, CloseProject, RemoveMissingRecent,
     Undo, Redo, Cut, Copy, Paste, Find, Spelling, Synonyms, Antonyms,
     Output, Verify, Backup, ExportImport, Export, Import, Unlock, XliffExport, XliffImport, NewLanguage, ContextHelp,
-    Settings, About, Debug,
+    Search, RenameNode, DeleteNode,
+    Settings, About, Shortcuts, Debug,
     InsertBook, InsertChapterToBook, DeleteBook, BookProperties,
     InsertTopic, InsertChapterBefore, InsertChapterAfter, InsertChapter, DeleteChapter, ChapterProperties,
     InsertTopicBefore, InsertTopicAfter, DeleteTopic, Complete, Index,
@@ -52,6 +54,14 @@ std::span<const Command> commandTable();
 const Command& commandInfo(CommandId id);
 // By object name or toolbar key.
 std::optional<CommandId> commandByName(const QString& name);
+
+// The keys of the window as the Keyboard Shortcuts page lists them: what
+// the key does and the key in the desktop's own words.
+struct ShortcutRow {
+    QString what;
+    QString keys;
+};
+QList<ShortcutRow> shortcutRows();
 
 // The numbered actions on topics and chapters, with their numbers.
 enum class TopicAction { Save = 1, Delete = 2, InsertBefore = 3, InsertAfter = 4, Insert = 5 };

@@ -39,6 +39,12 @@ void DesktopSettings::sync()
     m_settings->sync();
 }
 
+void DesktopSettings::clear()
+{
+    m_settings->clear();
+    m_settings->sync();
+}
+
 QString DesktopSettings::canonical(const QString& projectFile)
 {
     const QFileInfo info(projectFile);

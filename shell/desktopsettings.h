@@ -31,6 +31,8 @@ public:
     QString fileName() const;
     // Writes what changed to the disk now.
     void sync();
+    // Forgets everything.
+    void clear();
 
     // Recent projects, the latest first; a project whose file is gone is
     // listed with exists false until it is removed.

@@ -192,6 +192,8 @@ void Session::resetWorkspace()
 void Session::closeProject()
 {
     QFile::remove(mCommon::getTempFolder() + kTempHtml);
+    if (m_open)
+        m_view->projectClosing(m_project.GetProjectFile());
     if (!m_project.GetProjectFile().isEmpty()) {
         // Marking takes two steps; under the lock no other process sees half.
         // The mark is only a signal: a writer busy for long is not waited for.
@@ -276,6 +278,7 @@ void Session::openProject(const QString& path)
                           m_project.GetLockDescription() +
                           QStringLiteral("\r\n\r\nTherefore, project is read-only."));
     }
+    m_view->projectOpened(m_project.GetProjectFile());
 }
 
 QString Session::unwritableReason() const

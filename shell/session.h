@@ -31,6 +31,11 @@ public:
     virtual void setDropEnabled(bool) {}
     virtual void setActElement(const QString&) {}
     virtual void setCompleteChecked(bool) {}
+    // A project was opened, or is about to close (its file given).
+    virtual void projectOpened(const QString&) {}
+    virtual void projectClosing(const QString&) {}
+    // The shown topic reached the disk.
+    virtual void topicSaved() {}
 };
 
 // The dialogs the session opens. Each returns false for Cancel.

@@ -342,6 +342,7 @@ bool Session::changeTopic(TopicAction action, QString xml, QString title, QStrin
         clearDirty();
         node->Text = newTitle;
         m_tree.Changed(node);
+        m_view->topicSaved();
         return true;
     }
 

@@ -934,6 +934,61 @@
     if (window.__q && window.__q.flush) window.__q.flush();
     return true;
   };
+  // The topic's title, selected for renaming.
+  E.selectTitle = function () {
+    var b = body(), h = b && b.querySelector('h1');
+    if (!h) return false;
+    var r = document.createRange();
+    r.selectNodeContents(h);
+    select(r);
+    if (h.scrollIntoView) h.scrollIntoView({ block: 'nearest' });
+    return true;
+  };
+  // The n-th hit (from 0) of a search in the title or in the text below it.
+  // Blocks are apart, so no hit runs from one paragraph into the next.
+  E.selectHit = function (needle, n, matchCase, wholeWord, inTitle) {
+    var b = body();
+    if (!b || !needle) return false;
+    var nodes = [], starts = [], text = '', lastBlock = null;
+    (function walk(e) {
+      for (var c = e.firstChild; c; c = c.nextSibling) {
+        if (c.nodeType === 3) {
+          var blk = c.parentNode;
+          while (blk && blk !== b && !BLOCK_LEVEL[tag(blk)]) blk = blk.parentNode;
+          var title = !!blk && tag(blk) === 'H1';
+          if (title !== !!inTitle) continue;
+          if (lastBlock !== null && blk !== lastBlock) text += '\n';
+          lastBlock = blk;
+          nodes.push(c); starts.push(text.length); text += c.data;
+        } else if (c.nodeType === 1) {
+          walk(c);
+        }
+      }
+    })(b);
+    var hay = matchCase ? text : text.toLowerCase(), want = matchCase ? needle : needle.toLowerCase();
+    var wordChar = /[\p{L}\p{N}_]/u;
+    var from = 0, found = -1, seen = 0;
+    while ((found = hay.indexOf(want, from)) >= 0) {
+      var end = found + want.length;
+      var whole = !wholeWord || ((found === 0 || !wordChar.test(hay[found - 1])) &&
+                                 (end >= hay.length || !wordChar.test(hay[end])));
+      if (whole && seen++ === n) break;
+      from = found + 1;
+    }
+    if (found < 0) return false;
+    function at(pos, isEnd) {
+      for (var i = nodes.length - 1; i >= 0; --i)
+        if (starts[i] < pos || (!isEnd && starts[i] === pos)) return [nodes[i], Math.min(pos - starts[i], nodes[i].data.length)];
+      return [nodes[0], 0];
+    }
+    var a = at(found, false), z = at(found + want.length, true), r = document.createRange();
+    r.setStart(a[0], a[1]);
+    r.setEnd(z[0], z[1]);
+    select(r);
+    var el = a[0].parentNode;
+    if (el && el.scrollIntoView) el.scrollIntoView({ block: 'center' });
+    return true;
+  };
   hook();
 })();
 true;

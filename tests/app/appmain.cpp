@@ -2,6 +2,7 @@
 // platform, Chromium without sandbox and GPU, private configuration and
 // temporary folders.
 #include "apptestsupport.h"
+#include "desktopsettings.h"
 #include "webenginesetup.h"
 #include "xmlsafety.h"
 
@@ -29,6 +30,11 @@ void failOnPageTimeouts(QtMsgType type, const QMessageLogContext& context, const
     if (g_previous)
         g_previous(type, context, message);
 }
+
+// Each test starts as on a fresh desktop: no recent projects, no layout.
+class FreshDesktopSettings : public ::testing::EmptyTestEventListener {
+    void OnTestStart(const ::testing::TestInfo&) override { DesktopSettings().clear(); }
+};
 
 } // namespace
 
@@ -69,5 +75,6 @@ int main(int argc, char** argv)
     xmlsafe::init();
     ::testing::InitGoogleTest(&argc, argv);
     g_previous = qInstallMessageHandler(failOnPageTimeouts);
+    ::testing::UnitTest::GetInstance()->listeners().Append(new FreshDesktopSettings);
     return RUN_ALL_TESTS();
 }
