@@ -7,6 +7,7 @@
 #include "editagent.h"
 
 #include "backup.h"
+#include "booksearch.h"
 #include "booktreewidget.h"
 #include "findbar.h"
 #include "frmabout.h"
@@ -26,10 +27,12 @@
 #include "icons.h"
 #include "language.h"
 #include "msgbox.h"
+#include "searchpanel.h"
 #include "spellingcontroller.h"
 #include "websurface.h"
 
 #include <QAction>
+#include <QCheckBox>
 #include <QApplication>
 #include <QCloseEvent>
 #include <QDateTime>
@@ -41,6 +44,7 @@
 #include <QHeaderView>
 #include <QKeyEvent>
 #include <QLabel>
+#include <QLineEdit>
 #include <QMenu>
 #include <QMenuBar>
 #include <QPushButton>
@@ -139,6 +143,7 @@ frmMain::frmMain(MsgBox& box, QWidget* parent) : QMainWindow(parent), m_box(box)
     buildToolbars();
     buildCentre();
     buildStatusBar();
+    buildSearch();
     wireSession();
 
     // The editing rules and the element commands of the surface.
@@ -652,6 +657,7 @@ void frmMain::restoreProjectState(const QString& projectFile)
 
 void frmMain::projectClosing(const QString& projectFile)
 {
+    dckSearch->clear();
     DesktopSettings::ProjectState state;
     trvBook->sync();
     m_session->tree().forEach([&](const NodePtr& node, int) {
@@ -920,8 +926,47 @@ void frmMain::mnuShortcuts_Click()
     dlg.exec();
 }
 
+void frmMain::buildSearch()
+{
+    dckSearch = new SearchPanel(this);
+    dckSearch->setAllowedAreas(Qt::LeftDockWidgetArea | Qt::RightDockWidgetArea | Qt::BottomDockWidgetArea);
+    addDockWidget(Qt::RightDockWidgetArea, dckSearch);
+    dckSearch->hide();
+    dckSearch->setSource([this]() -> SearchPanel::SourceInfo {
+        // The files are searched: the shown topic is saved first.
+        if (!m_session->isOpen() || m_session->askSaveTopic())
+            return {};
+        return {m_session->project().GetProjectFile(), currentLanguage()};
+    });
+    connect(dckSearch, &SearchPanel::hitActivated, this, &frmMain::openHit);
+}
+
 void frmMain::showSearch()
 {
+    dckSearch->show();
+    dckSearch->raise();
+    dckSearch->txtSearch->setFocus();
+    dckSearch->txtSearch->selectAll();
+}
+
+void frmMain::openHit(const SearchHit& hit)
+{
+    Session& s = *m_session;
+    NodePtr node = s.isOpen() ? s.tree().FindKey(hit.topicId) : nullptr;
+    if (!node || dEdit->inCall())
+        return;
+    if (s.shownTopic() != node) {
+        s.tree().Select(node);
+        s.clickOnTopic(node);
+        if (s.shownTopic() != node)
+            return; // the save prompt was cancelled
+    }
+    if (QTreeWidgetItem* item = trvBook->itemOf(node))
+        trvBook->scrollToItem(item);
+    const QString needle = booksearch::normaliseQuery(dckSearch->txtSearch->text());
+    m_editing->agentCall(QStringLiteral("selectHit"),
+                         {needle, hit.occurrence, dckSearch->chkMatchCase->isChecked(),
+                          dckSearch->chkWholeWord->isChecked(), hit.inTitle()});
 }
 
 void frmMain::renameNode()

@@ -28,6 +28,8 @@ class QMenu;
 class QSplitter;
 class QStatusBar;
 class QToolBar;
+class SearchPanel;
+struct SearchHit;
 class WebSurface;
 class frmDebug;
 
@@ -116,6 +118,7 @@ public:
     using QMainWindow::setEnabled;
 
     QLabel* lblSaved = nullptr;
+    SearchPanel* dckSearch = nullptr;
 
 public slots:
     void mnuNew_Click();
@@ -177,6 +180,9 @@ private:
     void saveLayout();
     void restoreLayout();
     void restoreProjectState(const QString& projectFile);
+    void buildSearch();
+    // A hit of the search panel: its topic shown, the hit selected.
+    void openHit(const SearchHit& hit);
 
     MsgBox& m_box;
     std::unique_ptr<Session> m_session;

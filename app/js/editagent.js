@@ -961,6 +961,8 @@
           lastBlock = blk;
           nodes.push(c); starts.push(text.length); text += c.data;
         } else if (c.nodeType === 1) {
+          // Anchor names and local link labels are the page's, not the text's.
+          if (tag(c) === 'A' && (attr(c, 'class') === 'anchor' || attr(c, 'target') === 'local')) continue;
           walk(c);
         }
       }

@@ -7,12 +7,14 @@
 #include "frmmain.h"
 #include "frmabout.h"
 #include "frmtopictitle.h"
+#include "searchpanel.h"
 #include "startup.h"
 #include "websurface.h"
 
 #include "apptestsupport.h"
 
 #include "cproject.h"
+#include "desktopsettings.h"
 #include "fileio.h"
 #include "language.h"
 #include "msgbox.h"
@@ -28,7 +30,9 @@
 #include <QMenu>
 #include <QMimeData>
 #include <QPushButton>
+#include <QSplitter>
 #include <QStatusBar>
+#include <QTableWidget>
 #include <QTest>
 #include <QToolBar>
 
@@ -308,8 +312,10 @@ TEST_F(MainWindowTest, AnAuthorCreatesABookWritesTopicsSavesAndFindsThemAgain)
     QTest::keyClick(input(), Qt::Key_Return);
     type(QStringLiteral("Alpha paragraph text"));
     EXPECT_TRUE(surface()->isDirty());
+    EXPECT_EQ(window->lblSaved->text(), QString());
     QTest::keyClick(input(), Qt::Key_S, Qt::ControlModifier);
     EXPECT_FALSE(surface()->isDirty());
+    EXPECT_EQ(window->lblSaved->text(), QStringLiteral("Saved"));
     EXPECT_TRUE(box.empty()) << box.texts().join(QLatin1Char('|')).toStdString();
     EXPECT_TRUE(readText(session().project().getChapterFile(QStringLiteral("Basics")))
                     .contains(QStringLiteral("<p>Alpha paragraph text</p>")));
@@ -842,4 +848,157 @@ TEST_F(MainWindowTest, ARefusedTitleKeepsItsDialogOpenAsTyped)
     EXPECT_EQ(kept, QStringLiteral("welcome"));
     EXPECT_EQ(box.texts(), QStringList{QStringLiteral("Topic with same name already exists! Topic can not be inserted!")});
     EXPECT_TRUE(node(QStringLiteral("Getting Started\\Second Welcome")));
+}
+
+// Yesterday's project from the menu, in the same layout: the recent list
+// (latest first, missing ones disabled and removable), each project's tree
+// and topic, the splitter, and the last project opened at start.
+TEST_F(MainWindowTest, RecentProjectsComeBackAsTheyWereLeft)
+{
+    const QString first = copySample(QStringLiteral("first"));
+    const QString second = copySample(QStringLiteral("second"));
+    const QString gone = copySample(QStringLiteral("gone"));
+    for (const QString& p : {gone, first}) {
+        window->startUp(QStringLiteral("\"") + p + QStringLiteral("\""));
+        ASSERT_TRUE(session().isOpen());
+    }
+    click(QStringLiteral("Reference\\Tables"));
+    ASSERT_TRUE(shown(QStringLiteral("Reference\\Tables")));
+    window->splMain->setSizes({300, 700});
+    const QList<int> sizes = window->splMain->sizes();
+
+    window->startUp(QStringLiteral("\"") + second + QStringLiteral("\""));
+    ASSERT_TRUE(session().isOpen());
+    QDir(QFileInfo(gone).absolutePath()).removeRecursively();
+
+    window->fillRecentMenu();
+    QMenu* recent = window->menu(QStringLiteral("mnuRecent"));
+    QStringList texts;
+    for (QAction* a : recent->actions())
+        if (a->objectName().startsWith(QLatin1String("mnuRecent")) && a->objectName() != QLatin1String("mnuRecentNone"))
+            texts << a->text() + (a->isEnabled() ? QString() : QStringLiteral(" [off]"));
+    EXPECT_EQ(texts, (QStringList{QStringLiteral("&1 ") + second, QStringLiteral("&2 ") + first,
+                                  QStringLiteral("&3 ") + gone + QStringLiteral(" (missing) [off]")}));
+    EXPECT_TRUE(recent->actions().contains(window->action(QStringLiteral("mnuRemoveMissingRecent"))));
+    EXPECT_TRUE(window->action(QStringLiteral("mnuRemoveMissingRecent"))->isEnabled());
+
+    // The first project again: its tree and topic as left.
+    recent->findChild<QAction*>(QStringLiteral("mnuRecent2"))->trigger();
+    ASSERT_EQ(session().project().GetProjectFile(), first);
+    ASSERT_TRUE(waitFor([&] { return shown(QStringLiteral("Reference\\Tables")); }));
+    EXPECT_TRUE(tree()->itemOf(node(QStringLiteral("Reference")))->isExpanded());
+
+    window->action(QStringLiteral("mnuRemoveMissingRecent"))->trigger();
+    QStringList left;
+    for (const auto& r : DesktopSettings().recentProjects())
+        left << r.path;
+    EXPECT_EQ(left, (QStringList{first, second}));
+
+    // Closing the window keeps the layout; with the setting on, the next
+    // start opens the last project by itself.
+    DesktopSettings().setReopenLast(true);
+    ASSERT_TRUE(window->close());
+    window.reset();
+    window = std::make_unique<frmMain>(box);
+    window->show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(window.get()));
+    window->startUp(QString());
+    ASSERT_TRUE(session().isOpen());
+    EXPECT_EQ(session().project().GetProjectFile(), first);
+    EXPECT_EQ(window->splMain->sizes(), sizes);
+    ASSERT_TRUE(waitFor([&] { return shown(QStringLiteral("Reference\\Tables")); }));
+}
+
+// F2 and Delete act on the tree's node; on the page they stay the page's.
+TEST_F(MainWindowTest, TreeKeysRenameAndDeleteTheSelectedNode)
+{
+    window->startUp(QStringLiteral("\"") + copySample() + QStringLiteral("\""));
+    ASSERT_TRUE(session().isOpen());
+
+    // A topic: F2 selects its title on the page for typing.
+    click(QStringLiteral("Getting Started\\Welcome"));
+    ASSERT_TRUE(shown(QStringLiteral("Getting Started\\Welcome")));
+    tree()->setFocus();
+    QTest::keyClick(tree(), Qt::Key_F2);
+    EXPECT_TRUE(waitFor([&] {
+        return surface()->runScript(QStringLiteral("String(getSelection())")).toString() == QLatin1String("Welcome");
+    }));
+
+    // Delete asks the topic's question; No keeps it.
+    tree()->setFocus();
+    box.answer(MsgAnswer::No);
+    QTest::keyClick(tree(), Qt::Key_Delete);
+    EXPECT_EQ(box.texts(), QStringList{QStringLiteral("Delete topic \"Welcome\"?")});
+    EXPECT_TRUE(node(QStringLiteral("Getting Started\\Welcome")));
+    box.clear();
+
+    // A chapter: F2 opens its title dialog, Delete refuses a chapter with topics.
+    click(QStringLiteral("Getting Started"));
+    tree()->setFocus();
+    bool asked = false;
+    onNextModal<frmTopicTitle>([&](frmTopicTitle* dlg) {
+        asked = dlg->txtTitle->text() == QLatin1String("Getting Started");
+        dlg->reject();
+    });
+    QTest::keyClick(tree(), Qt::Key_F2);
+    EXPECT_TRUE(asked);
+    // Keys reach the window's shortcuts once it is active again.
+    window->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(window.get()));
+    tree()->setFocus();
+    QTest::keyClick(tree(), Qt::Key_Delete);
+    EXPECT_EQ(box.texts(),
+              QStringList{QStringLiteral("Chapter \"Getting Started\" is not empty and may be not deleted!")});
+    box.clear();
+
+    // On the page Delete deletes text, the tree keeps its topic.
+    click(QStringLiteral("Getting Started\\Welcome"));
+    focusPage();
+    caretAtEnd(QStringLiteral("h1"));
+    QTest::keyClick(input(), Qt::Key_Delete);
+    EXPECT_TRUE(box.empty()) << box.texts().join(QLatin1Char('|')).toStdString();
+}
+
+TEST_F(MainWindowTest, TheKeyboardShortcutsPageListsTheWindowsKeys)
+{
+    QStringList rows;
+    onNextModal<QDialog>([&](QDialog* dlg) {
+        auto* table = dlg->findChild<QTableWidget*>(QStringLiteral("tblShortcuts"));
+        if (table)
+            for (int i = 0; i < table->rowCount(); ++i)
+                rows << table->item(i, 0)->text() + QStringLiteral(" = ") + table->item(i, 1)->text();
+        dlg->accept();
+    });
+    window->action(QStringLiteral("mnuShortcuts"))->trigger();
+    for (const char* expected : {"New = Ctrl+N", "Exit = Ctrl+Q", "Close Project = Ctrl+W", "Save = Ctrl+S",
+                                 "Search the Book = Ctrl+Shift+F", "Rename (book tree) = F2",
+                                 "Delete (book tree) = Del", "Redo = Ctrl+Y, Ctrl+Shift+Z", "Bold = Ctrl+B"})
+        EXPECT_TRUE(rows.contains(QString::fromLatin1(expected))) << expected << "\n"
+                                                                  << rows.join(QLatin1Char('\n')).toStdString();
+}
+
+// Ctrl+Shift+F opens the search; a hit opens its topic with the words selected.
+TEST_F(MainWindowTest, ASearchHitOpensItsTopicWithTheHitSelected)
+{
+    window->startUp(QStringLiteral("\"") + copySample() + QStringLiteral("\""));
+    ASSERT_TRUE(session().isOpen());
+    click(QStringLiteral("Getting Started\\Welcome"));
+    window->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(window.get()));
+    tree()->setFocus();
+    QTest::keyClick(tree(), Qt::Key_F, Qt::ControlModifier | Qt::ShiftModifier);
+    ASSERT_TRUE(window->dckSearch->isVisible());
+    EXPECT_EQ(QApplication::focusWidget(), window->dckSearch->txtSearch);
+
+    QTest::keyClicks(window->dckSearch->txtSearch, QStringLiteral("shows this help"));
+    QTest::keyClick(window->dckSearch->txtSearch, Qt::Key_Return);
+    ASSERT_TRUE(waitFor([&] { return !window->dckSearch->isSearching() && window->dckSearch->hits().size() == 1; }));
+    const SearchHit hit = window->dckSearch->hits().first();
+    EXPECT_EQ(hit.topicId, QStringLiteral("topic3"));
+    emit window->dckSearch->hitActivated(hit);
+    ASSERT_TRUE(shown(QStringLiteral("Reference\\Tables")));
+    EXPECT_TRUE(waitFor([&] {
+        return surface()->runScript(QStringLiteral("String(getSelection())")).toString() ==
+               QLatin1String("Shows this help");
+    }));
 }
