@@ -303,6 +303,12 @@ void BookTreeWidget::mouseDoubleClickEvent(QMouseEvent* event)
 
 void BookTreeWidget::keyPressEvent(QKeyEvent* event)
 {
+    if ((event->key() == Qt::Key_F2 || event->key() == Qt::Key_Delete) &&
+        !(event->modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::ShiftModifier | Qt::MetaModifier)) &&
+        onCommandKey && onCommandKey(event->key())) {
+        event->accept();
+        return;
+    }
     QTreeWidgetItem* before = currentItem();
     QTreeWidget::keyPressEvent(event);
     QTreeWidgetItem* after = currentItem();

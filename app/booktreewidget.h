@@ -40,6 +40,8 @@ public:
     std::function<void(const NodePtr&, Qt::MouseButton, const QPoint& globalPos)> onMouseUp;
     // The current node was changed by the keyboard.
     std::function<void(const NodePtr&)> onKeySelect;
+    // F2 or Delete on the tree; true when taken.
+    std::function<bool(int key)> onCommandKey;
     std::function<bool(const NodePtr& source, const NodePtr& target)> canDrop;
     std::function<void(const NodePtr& source, const NodePtr& target)> onDrop;
     // A node's background (an invalid colour: the view's own).

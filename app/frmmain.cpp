@@ -414,11 +414,14 @@ void frmMain::buildCentre()
 
     trvBook = new BookTreeWidget(splMain);
     trvBook->setMinimumWidth(160);
-    // F2 and Delete belong to the tree: on the page they edit text.
-    for (CommandId id : {CommandId::RenameNode, CommandId::DeleteNode}) {
-        action(id)->setShortcutContext(Qt::WidgetWithChildrenShortcut);
-        trvBook->addAction(action(id));
-    }
+    // F2 and Delete belong to the tree (on the page they edit text): the
+    // tree hands them over itself, whether or not the window is active.
+    trvBook->onCommandKey = [this](int key) {
+        QAction* a = action(key == Qt::Key_F2 ? CommandId::RenameNode : CommandId::DeleteNode);
+        if (a->isEnabled())
+            a->trigger();
+        return true;
+    };
 
     auto* right = new QFrame(splMain);
     right->setObjectName(QStringLiteral("fraEditor"));
