@@ -61,8 +61,12 @@ void frmBookProperties::cmdInsert_Click()
 {
     const QString title = txtTitle->text(), author = txtAuthor->text(), version = txtVersion->text(),
                   date = txtDate->text(), time = txtTime->text();
-    if (title.isEmpty() || author.isEmpty() || version.isEmpty() || date.isEmpty() || time.isEmpty()) {
-        box().exclamation(QStringLiteral("All fields have to be filled!"));
+    const QString empty = mCommon::emptyFieldsMessage(
+        QStringLiteral("All fields have to be filled!"),
+        {{QStringLiteral("Title"), title}, {QStringLiteral("Author"), author}, {QStringLiteral("Version"), version},
+         {QStringLiteral("Date"), date}, {QStringLiteral("Time"), time}});
+    if (!empty.isEmpty()) {
+        box().exclamation(empty);
         return;
     }
     if (!mCommon::checkXMLChars(title, QStringLiteral("Book title"), box()))

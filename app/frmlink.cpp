@@ -4,6 +4,7 @@
 #include "elementvalues.h"
 #include "holders.h"
 #include "linktree.h"
+#include "mcommon.h"
 #include "qtmsgbox.h"
 
 #include <QGridLayout>
@@ -185,8 +186,12 @@ void frmLink::cmdInsert_Click()
             m_link->WebLabel = QLatin1Char('"') + item->text(0) + QLatin1Char('"');
         }
     } else {
-        if (txtURLAdress->text().isEmpty() || txtLinkDescription->text().isEmpty()) {
-            m_box->exclamation(QStringLiteral("Both fields have to be filled!"));
+        const QString empty = mCommon::emptyFieldsMessage(
+            QStringLiteral("Both fields have to be filled!"),
+            {{QStringLiteral("URL adress"), txtURLAdress->text()},
+             {QStringLiteral("link description"), txtLinkDescription->text()}});
+        if (!empty.isEmpty()) {
+            m_box->exclamation(empty);
             return;
         }
         if (m_link) {

@@ -86,6 +86,17 @@ QString xmlCharsProblem(const QString& text, const QString& fieldName)
     return {};
 }
 
+QString emptyFieldsMessage(const QString& message, const QList<std::pair<QString, QString>>& labelledValues)
+{
+    QStringList empty;
+    for (const auto& [label, value] : labelledValues)
+        if (value.isEmpty())
+            empty << label;
+    if (empty.isEmpty())
+        return {};
+    return message + QStringLiteral("\r\nEmpty: ") + empty.join(QStringLiteral(", ")) + QLatin1Char('.');
+}
+
 bool checkXMLChars(const QString& text, const QString& fieldName, MsgBox& box)
 {
     const QString problem = xmlCharsProblem(text, fieldName);

@@ -1,6 +1,9 @@
 #pragma once
 // The module of common routines.
+#include <QList>
 #include <QString>
+
+#include <utility>
 
 class MsgBox;
 
@@ -24,6 +27,10 @@ QString stripFileURL(const QString& url, const QString& base);
 // True if the text holds none of "<", "&", ">"; otherwise an exclamation box
 // naming the field, and false.
 bool checkXMLChars(const QString& text, const QString& fieldName, MsgBox& box);
+// A form's required fields, by their labels: when any is empty, the message
+// followed by a line naming the empty ones ("Empty: Author, Version.").
+// Empty when all are filled.
+QString emptyFieldsMessage(const QString& message, const QList<std::pair<QString, QString>>& labelledValues);
 // Its message for text, or "" when the text passes.
 QString xmlCharsProblem(const QString& text, const QString& fieldName);
 

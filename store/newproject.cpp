@@ -130,9 +130,12 @@ bool addOtherLanguage(BookForm& form, const QString& name, const QString& abbrev
 
 bool checkBookForm(const BookForm& f, cBook& book, MsgBox& box)
 {
-    if (f.title.isEmpty() || f.author.isEmpty() || f.version.isEmpty() || f.date.isEmpty() ||
-        f.time.isEmpty()) {
-        box.exclamation(QStringLiteral("All fields have to be filled!"));
+    const QString empty = mCommon::emptyFieldsMessage(
+        QStringLiteral("All fields have to be filled!"),
+        {{QStringLiteral("Title"), f.title}, {QStringLiteral("Author"), f.author}, {QStringLiteral("Version"), f.version},
+         {QStringLiteral("Date"), f.date}, {QStringLiteral("Time"), f.time}});
+    if (!empty.isEmpty()) {
+        box.exclamation(empty);
         return false;
     }
     if (f.mainLang.isEmpty() || f.mainAbbrev.isEmpty()) {

@@ -158,7 +158,7 @@ TEST_F(LinkForm, WebLinksNeedBothFields)
     EXPECT_EQ(form.txtLinkDescription->text(), QStringLiteral("selected words"));
     EXPECT_EQ(form.txtURLAdress->text(), QString());
     form.cmdInsert->click();
-    EXPECT_EQ(box.last(), QStringLiteral("Both fields have to be filled!"));
+    EXPECT_EQ(box.last(), QStringLiteral("Both fields have to be filled!\r\nEmpty: URL adress."));
     form.txtURLAdress->setText(QStringLiteral("http://"));
     form.cmdInsert->click();
     EXPECT_EQ(form.result(), QDialog::Accepted);

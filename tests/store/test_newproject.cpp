@@ -48,8 +48,9 @@ TEST(NewProject, FormChecksInOrder)
     cBook book;
     BookForm f = filled();
     f.time.clear();
+    f.title.clear();
     EXPECT_FALSE(checkBookForm(f, book, box));
-    EXPECT_EQ(box.last(), QStringLiteral("All fields have to be filled!"));
+    EXPECT_EQ(box.last(), QStringLiteral("All fields have to be filled!\r\nEmpty: Title, Time."));
     f = filled();
     f.mainAbbrev.clear();
     EXPECT_FALSE(checkBookForm(f, book, box));
