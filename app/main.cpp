@@ -39,6 +39,14 @@ public:
 
 int main(int argc, char** argv)
 {
+    // The usage is printed before any window system is asked for, so that
+    // --help works without a display.
+    for (int i = 1; i < argc; ++i)
+        if (QByteArray(argv[i]) == "--help" || QByteArray(argv[i]) == "-h") {
+            std::fprintf(stdout, "%s", qPrintable(startUsage()));
+            return 0;
+        }
+
     prepareWebEngine();
     GuardedApplication app(argc, argv);
     QApplication::setApplicationName(kAppTitle);
@@ -46,6 +54,7 @@ int main(int argc, char** argv)
     QApplication::setWindowIcon(appicons::windowIcon());
     xmlsafe::init();
 
+    // Qt has taken its own options (-platform, ...) out by now.
     QStringList args = QApplication::arguments();
     args.removeFirst();
     const StartOptions options = parseStartOptions(args);

@@ -162,6 +162,12 @@ else
     cat "$scratch/help.txt" >&2
     fail "quillary --help exits with $rc"
 fi
+# The desktop program answers --help without a display.
+if [ "$desktop" = 1 ]; then
+    env -u DISPLAY -u WAYLAND_DISPLAY -u QT_QPA_PLATFORM "$root/usr/bin/quillary-author" --help \
+        >"$scratch/help-author.txt" 2>&1 || fail "quillary-author --help fails without a display"
+    grep -q "Usage: quillary-author" "$scratch/help-author.txt" || fail "quillary-author --help prints no usage"
+fi
 cp -R "$source/examples/sample" "$scratch/sample"
 if "$cli" --yes publish "$scratch/sample/sample.qly" --format html --lang en >"$scratch/publish.log" 2>&1; then
     out="$scratch/sample/sample/output/html/book_en.html"
