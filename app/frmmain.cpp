@@ -972,14 +972,22 @@ void frmMain::openHit(const SearchHit& hit)
                           dckSearch->chkWholeWord->isChecked(), hit.inTitle()});
 }
 
-void frmMain::renameNode()
+NodePtr frmMain::keyNode()
 {
     Session& s = *m_session;
     NodePtr node = s.tree().SelectedItem();
     if (!node || s.isReadOnly())
-        return;
+        return nullptr;
+    // As a click would: a chapter becomes the selected one, a topic is shown.
     s.clickOnTopic(node);
-    if (node->Removed())
+    return node->Removed() ? nullptr : node;
+}
+
+void frmMain::renameNode()
+{
+    Session& s = *m_session;
+    NodePtr node = keyNode();
+    if (!node)
         return;
     if (node->Tag == QLatin1String("book"))
         s.editBookProperties();
@@ -995,11 +1003,8 @@ void frmMain::renameNode()
 void frmMain::deleteNode()
 {
     Session& s = *m_session;
-    NodePtr node = s.tree().SelectedItem();
-    if (!node || s.isReadOnly())
-        return;
-    s.clickOnTopic(node);
-    if (node->Removed())
+    NodePtr node = keyNode();
+    if (!node)
         return;
     if (node->Tag == QLatin1String("book"))
         s.mnuDeleteBook();

@@ -146,6 +146,8 @@ public slots:
     // F2 and Delete of the tree: what they mean depends on the node.
     void renameNode();
     void deleteNode();
+    // The tree's selected node for F2 and Delete, clicked; null when none.
+    NodePtr keyNode();
     // Shows the settings dialog, then reads the settings again.
     void reloadSettings();
 
