@@ -782,15 +782,12 @@ struct XliffFile {
         m_current.known = std::make_unique<std::atomic<bool>[]>(size_t(m_current.units.size()) + 1);
         for (FileUnit& u : m_current.units)
             u.known = &m_current.known[size_t(u.local)];
-        const qsizetype size = m_current.units.size();
         {
             std::lock_guard<std::mutex> lock(m_stateMutex);
             m_parts.push_back(std::move(m_current));
             m_state.notify_all();
         }
-        // Chapters tend to be alike: the next part is sized after this one.
         m_current = FilePart{};
-        m_current.units.reserve(size);
     }
     void readDone(bool failed)
     {
