@@ -948,6 +948,9 @@ void frmMain::showSearch()
 {
     dckSearch->show();
     dckSearch->raise();
+    // Wide enough for a path and the text around a hit.
+    if (!dckSearch->isFloating() && dckSearch->width() < 360)
+        resizeDocks({dckSearch}, {420}, Qt::Horizontal);
     dckSearch->txtSearch->setFocus();
     dckSearch->txtSearch->selectAll();
 }
