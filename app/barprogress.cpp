@@ -1,6 +1,8 @@
 #include "barprogress.h"
 
+#include <QAbstractButton>
 #include <QCoreApplication>
+#include <QEvent>
 #include <QLabel>
 #include <QProgressBar>
 
@@ -8,12 +10,61 @@ namespace {
 // Repaints at most this often; a book of thousands of topics steps faster
 // than anyone can watch.
 constexpr qint64 kPumpMs = 30;
+
+// Lets the mouse reach one button only; keys and every other click are
+// dropped while a job runs.
+class InputGate : public QObject {
+public:
+    explicit InputGate(QAbstractButton* open) : m_open(open) {}
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        switch (event->type()) {
+        case QEvent::MouseButtonPress:
+        case QEvent::MouseButtonRelease:
+        case QEvent::MouseButtonDblClick:
+            // The window hands the click on to its widget, where it is judged.
+            return !watched->isWindowType() && watched != m_open;
+        case QEvent::KeyPress:
+        case QEvent::KeyRelease:
+        case QEvent::ShortcutOverride:
+        case QEvent::Shortcut:
+        case QEvent::Wheel:
+        case QEvent::Close:
+            return true;
+        default:
+            return false;
+        }
+    }
+
+private:
+    QPointer<QAbstractButton> m_open;
+};
 } // namespace
 
 BarProgress::BarProgress(QProgressBar* bar, QLabel* label, QWidget* panel)
     : m_bar(bar), m_label(label), m_panel(panel)
 {
     m_sincePump.start();
+}
+
+BarProgress::~BarProgress()
+{
+    if (m_gate)
+        QCoreApplication::instance()->removeEventFilter(m_gate.get());
+    if (m_cancel)
+        QObject::disconnect(m_cancel, nullptr, m_gate.get(), nullptr);
+}
+
+void BarProgress::setCancelButton(QAbstractButton* button)
+{
+    m_cancel = button;
+    if (!button)
+        return;
+    m_gate = std::make_unique<InputGate>(button);
+    QObject::connect(button, &QAbstractButton::clicked, m_gate.get(), [this] { requestCancel(); });
+    QCoreApplication::instance()->installEventFilter(m_gate.get());
 }
 
 void BarProgress::message(const QString& text)
@@ -47,6 +98,7 @@ void BarProgress::pump(bool force)
 {
     if (!force && m_sincePump.elapsed() < kPumpMs)
         return;
-    QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
+    // With a cancel button the mouse gets through, to that button alone.
+    QCoreApplication::processEvents(m_gate ? QEventLoop::AllEvents : QEventLoop::ExcludeUserInputEvents);
     m_sincePump.restart();
 }

@@ -5,8 +5,12 @@
 #include "progress.h"
 
 #include <QElapsedTimer>
+#include <QObject>
 #include <QPointer>
 
+#include <memory>
+
+class QAbstractButton;
 class QLabel;
 class QProgressBar;
 class QWidget;
@@ -16,6 +20,11 @@ public:
     // label takes the job's messages; panel (a wait panel) is shown at the
     // first sign of work. Both optional.
     explicit BarProgress(QProgressBar* bar, QLabel* label = nullptr, QWidget* panel = nullptr);
+    ~BarProgress() override;
+
+    // A button that asks the job to stop. While the job runs it is the one
+    // control that takes the mouse; everything else waits as before.
+    void setCancelButton(QAbstractButton* button);
 
     void message(const QString& text) override;
 
@@ -30,4 +39,6 @@ private:
     QPointer<QLabel> m_label;
     QPointer<QWidget> m_panel;
     QElapsedTimer m_sincePump;
+    QPointer<QAbstractButton> m_cancel;
+    std::unique_ptr<QObject> m_gate;
 };

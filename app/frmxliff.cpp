@@ -62,7 +62,11 @@ frmXliff::frmXliff(Mode mode, MsgBox* box, QWidget* parent) : FormBase(box, pare
                                   cmdCancel));
     connect(cmdBrowse, &QPushButton::clicked, this, &frmXliff::browse);
     connect(cmdInsert, &QPushButton::clicked, this, &frmXliff::run);
-    connect(cmdCancel, &QPushButton::clicked, this, &QDialog::reject);
+    // While a run goes on, Cancel stops it instead of closing the form.
+    connect(cmdCancel, &QPushButton::clicked, this, [this] {
+        if (!m_running)
+            reject();
+    });
     if (cmbLanguage)
         connect(cmbLanguage, &QComboBox::currentIndexChanged, this, [this] { txtFile->setText(suggestedFile()); });
 }
@@ -113,6 +117,12 @@ void frmXliff::run()
         return;
     }
     BarProgress progress(pbWork, lblStatus);
+    progress.setCancelButton(cmdCancel);
+    m_running = true;
+    struct Done {
+        bool& flag;
+        ~Done() { flag = false; }
+    } done{m_running};
     cmdInsert->setEnabled(false);
     QStringList report;
     if (m_mode == Mode::Export) {

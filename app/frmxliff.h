@@ -48,4 +48,5 @@ private:
     Mode m_mode;
     cProject* m_project = nullptr;
     bool m_succeeded = false;
+    bool m_running = false;
 };

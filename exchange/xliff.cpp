@@ -1758,6 +1758,10 @@ bool exportXliff(const cProject& project, const QString& language, const QString
             failure = part.error;
             break;
         }
+        if (progress.cancelRequested()) {
+            failure = Progress::kCancelled;
+            break;
+        }
         e.w.raw(part.bytes);
         e.s.units += part.summary.units;
         e.s.targets += part.summary.targets;
@@ -1772,6 +1776,10 @@ bool exportXliff(const cProject& project, const QString& language, const QString
     }
     for (std::thread& t : pool)
         t.join();
+    if (failure == Progress::kCancelled) {
+        box.info(failure);
+        return false;
+    }
     if (!failure.isEmpty()) {
         box.stop(failure);
         return false;
@@ -1900,6 +1908,12 @@ bool importXliff(cProject& project, const QString& xliffFile, bool complete, Msg
             break;
     }
     join();
+    // Nothing has been put in place yet: the chapters' new files go.
+    if (progress.cancelRequested()) {
+        dropRuns();
+        box.info(Progress::kCancelled);
+        return false;
+    }
 
     struct Prepared {
         QString temp, target;

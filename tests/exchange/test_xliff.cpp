@@ -691,3 +691,40 @@ TEST_F(XliffTest, AnExportThatCannotBeWrittenLeavesNothing)
     EXPECT_EQ(readBytes(file), before);
     EXPECT_EQ(QDir(folder).entryList(QDir::Files | QDir::Hidden), entries);
 }
+
+// Cancel, asked while the job runs: an export leaves no file, an import
+// changes nothing; both say so.
+TEST_F(XliffTest, ACancelledRunLeavesEverythingAsItWas)
+{
+    open();
+    // Asks to stop at the first step, as the window's button would.
+    struct CancelAtFirstStep : Progress {
+        void changed() override
+        {
+            if (value() > 0)
+                requestCancel();
+        }
+    };
+    const QString out = dir.file(QStringLiteral("cancelled.xlf"));
+    {
+        CancelAtFirstStep progress;
+        box.clear();
+        EXPECT_FALSE(exchange::exportXliff(*project, QStringLiteral("de"), out, box, progress));
+        EXPECT_EQ(box.last(), Progress::kCancelled);
+        EXPECT_FALSE(QFileInfo::exists(out));
+        QStringList left = QDir(dir.path()).entryList({QStringLiteral("cancelled*")}, QDir::Files | QDir::Hidden);
+        EXPECT_TRUE(left.isEmpty()) << left.join(QLatin1Char(' ')).toStdString();
+    }
+    const QString good = exportTo(QStringLiteral("good.xlf"));
+    fillTargets(good);
+    const auto before = snapshot();
+    {
+        CancelAtFirstStep progress;
+        box.clear();
+        EXPECT_FALSE(exchange::importXliff(*project, good, true, box, progress));
+        EXPECT_EQ(box.last(), Progress::kCancelled);
+        EXPECT_TRUE(snapshot() == before);
+    }
+    EXPECT_TRUE(importFrom(good)) << box.last().toStdString();
+    EXPECT_FALSE(snapshot() == before);
+}
