@@ -11,8 +11,10 @@
 #include <QPrintDialog>
 #include <QPrintPreviewDialog>
 #include <QPrinter>
+#include <QProgressDialog>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QTimer>
 #include <QUrl>
 #include <QVBoxLayout>
 #include <QWebEngineView>
@@ -84,7 +86,22 @@ void frmVerify::load()
     if (!m_project)
         return;
     m_model = std::make_unique<cVerification>(*m_project, *m_box);
-    m_model->build();
+    // A large book takes a while: a bar with Cancel after half a second.
+    QProgressDialog wait(QStringLiteral("Verifying the project..."), QStringLiteral("Cancel"), 0, 1, this);
+    wait.setObjectName(QStringLiteral("dlgVerifyProgress"));
+    wait.setWindowModality(Qt::WindowModal);
+    wait.setMinimumDuration(500);
+    wait.setAutoClose(false);
+    const bool built = m_model->build([&wait](int done, int total) {
+        wait.setMaximum(total);
+        wait.setValue(done);
+        return !wait.wasCanceled();
+    });
+    if (!built) {
+        // Cancelled: nothing to show.
+        QTimer::singleShot(0, this, &QDialog::reject);
+        return;
+    }
     m_model->writeTemporaryFiles();
     optTopics->setChecked(true);
     showPage(cVerification::Topics);

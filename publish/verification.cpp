@@ -44,7 +44,7 @@ QString cVerification::pageFileName(Page p)
     return QString::fromLatin1(kFileNames[p]);
 }
 
-void cVerification::build()
+bool cVerification::build(const std::function<bool(int done, int total)>& going)
 {
     for (int i = 0; i < 4; ++i)
         m_pages[i] = QStringLiteral("<html><head><style type=\"text/css\"> .cell {PADDING-LEFT:15}</style></head>"
@@ -52,6 +52,8 @@ void cVerification::build()
                      QString::fromLatin1(kHeadings[i]) + QStringLiteral("</u></h3><br><table>");
     const QStringList langs = m_project.languageList();
     for (int i = 0; i < langs.size(); ++i) {
+        if (going && !going(i, int(langs.size())))
+            return false;
         try {
             languageStep(langs[i], i == 0);
         } catch (const std::exception&) {
@@ -60,6 +62,7 @@ void cVerification::build()
     }
     for (QString& p : m_pages)
         p += QStringLiteral("</table></body></html>");
+    return !going || going(int(langs.size()), int(langs.size()));
 }
 
 void cVerification::languageStep(const QString& language, bool main)

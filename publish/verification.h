@@ -6,6 +6,7 @@
 #include <QStringList>
 
 #include <array>
+#include <functional>
 
 class cProject;
 class MsgBox;
@@ -17,8 +18,10 @@ public:
     cVerification(cProject& project, MsgBox& box) : m_project(project), m_box(box) {}
     ~cVerification();
 
-    // Builds the four texts (the form's load).
-    void build();
+    // Builds the four texts (the form's load). going, when given, is told
+    // how many languages are done of all before each and after the last;
+    // false stops the build (false is returned then).
+    bool build(const std::function<bool(int done, int total)>& going = {});
     QString page(Page p) const { return m_pages[p]; }
     static QString caption(Page p);
 

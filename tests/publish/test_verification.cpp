@@ -30,7 +30,19 @@ TEST(Verification, SamplePages)
     cProject project(box);
     ASSERT_TRUE(project.Load(dir.file("sample.qly")));
     cVerification v(project, box);
-    v.build();
+    // Told before each language and at the end; a no stops it there.
+    QList<std::pair<int, int>> told;
+    EXPECT_FALSE(v.build([&](int done, int total) {
+        told.append({done, total});
+        return done < 1;
+    }));
+    EXPECT_EQ(told, (QList<std::pair<int, int>>{{0, 2}, {1, 2}}));
+    told.clear();
+    EXPECT_TRUE(v.build([&](int done, int total) {
+        told.append({done, total});
+        return true;
+    }));
+    EXPECT_EQ(told, (QList<std::pair<int, int>>{{0, 2}, {1, 2}, {2, 2}}));
     EXPECT_TRUE(box.empty());
 
     EXPECT_EQ(v.page(cVerification::Topics),
