@@ -31,7 +31,6 @@ protected:
         case QEvent::ShortcutOverride:
         case QEvent::Shortcut:
         case QEvent::Wheel:
-        case QEvent::Close:
             return true;
         default:
             return false;

@@ -1,16 +1,17 @@
 #include "frmbackup.h"
 
-#include "dialogsupport.h"
-
 #include "backup.h"
 #include "barprogress.h"
+#include "dialogsupport.h"
 
 #include <QCloseEvent>
 #include <QDir>
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QHBoxLayout>
 #include <QLabel>
 #include <QProgressBar>
+#include <QPushButton>
 #include <QTimer>
 #include <QVBoxLayout>
 
@@ -38,6 +39,14 @@ frmBackup::frmBackup(MsgBox* box, QWidget* parent)
     top->setSpacing(10);
     top->addWidget(Label4);
     top->addWidget(pbWork);
+    // Stops the writing; the archive is then not made.
+    cmdStop = new QPushButton(QStringLiteral("Cancel"), this);
+    cmdStop->setObjectName(QStringLiteral("cmdStop"));
+    cmdStop->setAutoDefault(false);
+    auto* row = new QHBoxLayout;
+    row->addStretch(1);
+    row->addWidget(cmdStop);
+    top->addLayout(row);
     top->setSizeConstraint(QLayout::SetFixedSize);
 }
 
@@ -96,6 +105,7 @@ void frmBackup::activate()
     }
     m_working = true;
     BarProgress progress(pbWork, Label4);
+    progress.setCancelButton(cmdStop);
     m_written = backup::writeBackup(Files, *zip, base, progress, box(), FormCaption);
     m_working = false;
     done(m_written ? QDialog::Accepted : QDialog::Rejected);

@@ -9,6 +9,7 @@
 
 class QLabel;
 class QProgressBar;
+class QPushButton;
 
 class frmBackup : public FormBase {
     Q_OBJECT
@@ -44,6 +45,7 @@ public:
 
     QLabel* Label4;
     QProgressBar* pbWork;
+    QPushButton* cmdStop;
 
 public slots:
     // No way out while the archive is being written.

@@ -1,8 +1,7 @@
 #include "frmbook.h"
 
-#include "dialogsupport.h"
-
 #include "cbook.h"
+#include "dialogsupport.h"
 #include "holders.h"
 #include "mcommon.h"
 

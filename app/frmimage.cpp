@@ -1,7 +1,6 @@
 #include "frmimage.h"
 
 #include "dialogsupport.h"
-
 #include "elementhtml.h"
 #include "elementvalues.h"
 #include "holders.h"

@@ -130,8 +130,14 @@ bool writeBackup(const QString& files, const QString& zipPath, const QString& ba
         if (!ok)
             return fail();
     }
-    if (!writer.close([&progress] { progress.step(); }, &error))
+    if (!writer.close([&progress] { progress.step(); }, &error,
+                      [&progress] { return progress.cancelRequested(); })) {
+        if (progress.cancelRequested()) {
+            box.info(Progress::kCancelled);
+            return false;
+        }
         return fail();
+    }
     return succeed();
 }
 

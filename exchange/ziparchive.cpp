@@ -419,7 +419,7 @@ struct CloseProgress {
 };
 }
 
-bool Writer::close(const FileDone& fileDone, QString* error)
+bool Writer::close(const FileDone& fileDone, QString* error, const std::function<bool()>& cancelled)
 {
     if (!d->ready(error))
         return false;
@@ -448,6 +448,10 @@ bool Writer::close(const FileDone& fileDone, QString* error)
     for (bool isFile : d->isFile)
         progress.filesBefore.push_back(progress.filesBefore.back() + (isFile ? 1 : 0));
     zip_register_progress_callback_with_state(d->za, 0.0, &CloseProgress::callback, nullptr, &progress);
+    if (cancelled)
+        zip_register_cancel_callback_with_state(
+            d->za, [](zip_t*, void* state) { return (*static_cast<const std::function<bool()>*>(state))() ? 1 : 0; },
+            nullptr, const_cast<std::function<bool()>*>(&cancelled));
 
     if (zip_close(d->za) != 0) {
         setError(error, QStringLiteral("Cannot write the archive %1: %2.").arg(q(target), zipError(d->za)));

@@ -31,8 +31,10 @@ public:
     bool addFolder(const QString& folder, const QString& nameInArchive, QString* error = nullptr);
     // Number of files added so far (folder entries not counted).
     int fileCount() const;
-    // Writes the archive; fileDone is called once per stored file.
-    bool close(const FileDone& fileDone = {}, QString* error = nullptr);
+    // Writes the archive; fileDone is called once per stored file. When
+    // cancelled() says so, the writing stops and no archive is left.
+    bool close(const FileDone& fileDone = {}, QString* error = nullptr,
+               const std::function<bool()>& cancelled = {});
 
 private:
     struct Impl;

@@ -239,3 +239,29 @@ TEST_F(BackupFixture, SameFolderTwiceIsRefused)
     for (int v : progress.values)
         EXPECT_LE(v, progress.maximum());
 }
+
+// Cancel while the archive is written: no archive, no temporary file, and a
+// plain note instead of the failure message.
+TEST_F(BackupFixture, CancelledBackupLeavesNoArchive)
+{
+    struct CancelAtFirstFile : Progress {
+        void changed() override
+        {
+            if (value() > 0)
+                requestCancel();
+        }
+    } progress;
+    // Enough files that the writing goes on after the first.
+    for (int i = 0; i < 20; ++i)
+        writeBytes(folder + QStringLiteral("extra%1.xml").arg(i), QByteArray(20000, 'x'));
+    QString list = backup::projectFileList(project);
+    for (int i = 0; i < 20; ++i)
+        list += QLatin1Char(';') + folder + QStringLiteral("extra%1.xml").arg(i);
+    EXPECT_FALSE(backup::writeBackup(list, zip(), dir.path(), progress, box));
+    EXPECT_EQ(box.all().size(), 1u);
+    EXPECT_EQ(box.last(), Progress::kCancelled);
+    EXPECT_FALSE(QFileInfo::exists(zip()));
+    const QStringList left = QDir(QFileInfo(zip()).absolutePath()).entryList(QDir::Files | QDir::Hidden);
+    for (const QString& f : left)
+        EXPECT_FALSE(f.contains(QFileInfo(zip()).completeBaseName())) << f.toStdString();
+}
