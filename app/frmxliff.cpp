@@ -7,6 +7,7 @@
 #include "xliff.h"
 
 #include <QCheckBox>
+#include <QCloseEvent>
 #include <QComboBox>
 #include <QFileInfo>
 #include <QFormLayout>
@@ -148,4 +149,14 @@ void frmXliff::run()
         return; // the message has been shown; the form stays for another try
     box().info(report.join(QStringLiteral("\r\n")));
     accept();
+}
+
+void frmXliff::closeEvent(QCloseEvent* event)
+{
+    if (m_running) {
+        cmdCancel->click();
+        event->ignore();
+        return;
+    }
+    FormBase::closeEvent(event);
 }

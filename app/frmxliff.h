@@ -38,6 +38,8 @@ public:
     QPushButton* cmdCancel = nullptr;
 
 protected:
+    // Closing the window while a run goes on asks it to stop instead.
+    void closeEvent(QCloseEvent* event) override;
     void onLoad() override;
 
 private:
