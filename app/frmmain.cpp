@@ -1330,9 +1330,8 @@ void frmMain::closeEvent(QCloseEvent* event)
         event->ignore();
         return;
     }
+    // The project's tree and topic are kept when it closes, with the window.
     saveLayout();
-    if (m_session->isOpen())
-        projectClosing(m_session->project().GetProjectFile());
     event->accept();
 }
 

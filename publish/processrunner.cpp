@@ -31,7 +31,9 @@ ProcessResult waitForProcess(const QString& program, const QStringList& argument
     }
     p.setStandardInputFile(QProcess::nullDevice());
     // A group of its own, so that a cancel reaches the programs it starts.
-    p.setChildProcessModifier([] { ::setpgid(0, 0); });
+    // Without a cancel it stays in ours: Ctrl+C at a terminal stops it too.
+    if (cancel)
+        p.setChildProcessModifier([] { ::setpgid(0, 0); });
     p.setProcessChannelMode(QProcess::SeparateChannels);
     QString errors;
     QObject::connect(&p, &QProcess::readyReadStandardError, [&] {
