@@ -16,6 +16,7 @@
 #include <QWebEngineScriptCollection>
 #include <QWebEngineSettings>
 
+#include <algorithm>
 #include <memory>
 
 namespace {
@@ -49,8 +50,11 @@ protected:
     {
         if (!isMainFrame)
             return false;
-        if (m_surface && m_surface->m_ownLoad)
+        // Our own load is let through once: a later navigation is not ours.
+        if (m_surface && m_surface->m_ownLoad) {
+            m_surface->m_ownLoad = false;
             return true;
+        }
         // A link, a dropped file, back or reload would replace the topic.
         return false;
     }
@@ -98,9 +102,11 @@ WebSurface::WebSurface(QWidget* parent) : QWebEngineView(parent)
     p->scripts().insert(agent);
 
     connect(p, &QWebEnginePage::loadFinished, this, [this](bool ok) {
-        m_loading = false;
-        m_ownLoad = false;
-        m_loadOk = ok;
+        // A refused navigation (a link, a drop) finishes too; before our own
+        // load was let through, a failed finish is that one's, not ours.
+        if (m_ownLoad && !ok)
+            return;
+        finishLoad(ok);
     });
     setPage(p);
     // The view's own menu offers Reload and Back, which would drop the
@@ -138,7 +144,44 @@ void WebSurface::loadPage(const QString& html)
     m_loading = true;
     m_ownLoad = true;
     m_loadOk = false;
+    ++m_loadGen;
+    m_pendingHtml = html;
+    m_reissued = false;
     page()->setHtml(html, baseUrl());
+}
+
+void WebSurface::finishLoad(bool ok)
+{
+    m_loading = false;
+    m_ownLoad = false;
+    m_loadOk = ok;
+    m_pendingHtml.clear();
+    // Marks the document as seen, so that checkLoad can tell a new one from it.
+    page()->runJavaScript(QStringLiteral("window.__qSeen = true;"), QWebEngineScript::ApplicationWorld);
+}
+
+void WebSurface::checkLoad()
+{
+    // Chromium has been seen to lose a load's finish (or the load itself) on
+    // a busy machine; the page is asked where it stands instead.
+    const int gen = m_loadGen;
+    QPointer<WebSurface> self(this);
+    page()->runJavaScript(
+        QStringLiteral("document.readyState === 'complete' ? (window.__qSeen ? 'old' : 'new') : 'loading'"),
+        QWebEngineScript::ApplicationWorld, [self, gen](const QVariant& v) {
+            if (!self || !self->m_loading || self->m_loadGen != gen)
+                return;
+            const QString state = v.toString();
+            if (state == QLatin1String("new")) {
+                qWarning("WebSurface: a page load had finished unannounced");
+                self->finishLoad(true);
+            } else if (state == QLatin1String("old") && self->m_ownLoad && !self->m_reissued) {
+                // Our load never started: it is asked for once more.
+                qWarning("WebSurface: a page load had not started; it is asked for again");
+                self->m_reissued = true;
+                self->page()->setHtml(self->m_pendingHtml, self->baseUrl());
+            }
+        });
 }
 
 bool WebSurface::waitForLoad()
@@ -151,10 +194,19 @@ bool WebSurface::waitForLoad()
     connect(page(), &QWebEnginePage::loadFinished, &loop, &QEventLoop::quit);
     connect(&timer, &QTimer::timeout, &loop, &QEventLoop::quit);
     timer.start(m_loadTimeout);
+    QTimer check;
+    connect(&check, &QTimer::timeout, this, [this, &loop] {
+        if (m_loading)
+            checkLoad();
+        else
+            loop.quit();
+    });
+    check.start(std::clamp(m_loadTimeout / 8, 100, 2500));
     // User input waits until the page has answered, so no command runs in
     // the middle of another; painting and the page's own traffic go on.
     while (m_loading && timer.isActive())
         loop.exec(QEventLoop::ExcludeUserInputEvents);
+    check.stop();
     if (m_loading) {
         qWarning("WebSurface: the page did not finish loading in time");
         return false;

@@ -71,6 +71,8 @@ private:
     // Waits, in loop, until done is set or the script time limit has passed.
     void waitForAnswer(const bool& done, QEventLoop& loop);
     void loadPage(const QString& html);
+    void finishLoad(bool ok);
+    void checkLoad();
     void afterLoad();
     bool ensureAgent();
     QUrl baseUrl() const;
@@ -83,6 +85,9 @@ private:
     bool m_loading = false;
     bool m_ownLoad = false;
     bool m_loadOk = false;
+    int m_loadGen = 0;
+    QString m_pendingHtml;
+    bool m_reissued = false;
     bool m_lastOk = true;
     int m_unanswered = 0;
     int m_calls = 0;
