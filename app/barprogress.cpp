@@ -11,8 +11,9 @@ namespace {
 // than anyone can watch.
 constexpr qint64 kPumpMs = 30;
 
-// Lets the mouse reach one button only; keys and every other click are
-// dropped while a job runs.
+// Lets the mouse reach one button only; keys and every other click in its
+// window are dropped while a job runs. A box the job opens in a window of its
+// own (a question, its end message) takes input as usual.
 class InputGate : public QObject {
 public:
     explicit InputGate(QAbstractButton* open) : m_open(open) {}
@@ -20,21 +21,30 @@ public:
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override
     {
+        bool mouse = false;
         switch (event->type()) {
         case QEvent::MouseButtonPress:
         case QEvent::MouseButtonRelease:
         case QEvent::MouseButtonDblClick:
-            // The window hands the click on to its widget, where it is judged.
-            return !watched->isWindowType() && watched != m_open;
+            mouse = true;
+            break;
         case QEvent::KeyPress:
         case QEvent::KeyRelease:
         case QEvent::ShortcutOverride:
         case QEvent::Shortcut:
         case QEvent::Wheel:
-            return true;
+            break;
         default:
             return false;
         }
+        auto* widget = qobject_cast<QWidget*>(watched);
+        if (!widget)
+            // A window hands the event on to its widget, where it is judged;
+            // an action's shortcut is not let through.
+            return event->type() == QEvent::Shortcut;
+        if (m_open && widget->window() != m_open->window())
+            return false;
+        return !(mouse && widget == m_open);
     }
 
 private:

@@ -9,6 +9,7 @@
 #include <QInputDialog>
 #include <QLabel>
 #include <QProgressBar>
+#include <QPushButton>
 #include <QTimer>
 #include <QVBoxLayout>
 
@@ -27,12 +28,17 @@ frmExport::frmExport(MsgBox* box, QWidget* parent) : FormBase(box, parent)
     pbUpdate->setRange(0, 1);
     pbUpdate->setValue(0);
     pbUpdate->setMinimumWidth(320);
+    // Stops the numbering; the project is then as it was, not locked.
+    cmdStop = new QPushButton(QStringLiteral("Cancel"), this);
+    cmdStop->setObjectName(QStringLiteral("cmdStop"));
+    cmdStop->setAutoDefault(false);
 
     auto* top = new QVBoxLayout(this);
     top->setContentsMargins(18, 16, 18, 16);
     top->setSpacing(10);
     top->addWidget(Label4);
     top->addWidget(pbUpdate);
+    top->addWidget(cmdStop, 0, Qt::AlignRight);
     top->setSizeConstraint(QLayout::SetFixedSize);
 }
 
@@ -96,6 +102,7 @@ void frmExport::activate()
         return backupForm.written();
     };
     BarProgress progress(pbUpdate, Label4);
+    progress.setCancelButton(cmdStop);
     job.run(*m_tree, progress);
     m_locked = job.locked();
     m_packageWritten = job.packageWritten();

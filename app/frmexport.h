@@ -12,6 +12,7 @@
 class BookTree;
 class QLabel;
 class QProgressBar;
+class QPushButton;
 class cProject;
 
 class frmExport : public FormBase {
@@ -43,6 +44,7 @@ public:
 
     QLabel* Label4;
     QProgressBar* pbUpdate;
+    QPushButton* cmdStop;
 
 public slots:
     // No way out while the export runs.

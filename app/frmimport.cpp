@@ -321,6 +321,9 @@ void frmImport::cmdImport_Click()
     LanguageImport::Result result;
     {
         BarProgress progress(pbWork, Label4, picWait);
+        // Cancel stops the import before any file of the project is replaced.
+        cmdCancel->setEnabled(true);
+        progress.setCancelButton(cmdCancel);
         result = m_job->import(cmbLangs->currentText(), progress);
     }
     endWait();

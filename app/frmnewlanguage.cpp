@@ -1,16 +1,19 @@
 #include "frmnewlanguage.h"
 
 #include "addlanguage.h"
+#include "barprogress.h"
 #include "cproject.h"
 #include "dialogsupport.h"
 #include "msgbox.h"
 
+#include <QCloseEvent>
 #include <QComboBox>
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QProgressBar>
 #include <QPushButton>
 #include <QVBoxLayout>
 
@@ -51,6 +54,13 @@ frmNewLanguage::frmNewLanguage(MsgBox* box, QWidget* parent) : FormBase(box, par
     cmdCancel->setObjectName(QStringLiteral("cmdCancel"));
     cmdCancel->setAutoDefault(false);
 
+    // Shown while the chapter files are rewritten; Cancel then stops that.
+    pbWork = new QProgressBar(this);
+    pbWork->setObjectName(QStringLiteral("pbWork"));
+    pbWork->setRange(0, 1);
+    pbWork->setValue(0);
+    pbWork->hide();
+
     auto* choice = new QGridLayout;
     choice->addWidget(lblLang, 0, 0);
     choice->addWidget(cmbLangs, 0, 1);
@@ -69,6 +79,7 @@ frmNewLanguage::frmNewLanguage(MsgBox* box, QWidget* parent) : FormBase(box, par
     top->addSpacing(6);
     top->addLayout(choice);
     top->addSpacing(6);
+    top->addWidget(pbWork);
     top->addLayout(buttons);
 
     connect(cmbLangs, &QComboBox::activated, this, &frmNewLanguage::cmbLangs_Click);
@@ -124,11 +135,36 @@ void frmNewLanguage::cmdAdd_Click()
     }
     if (!box().yesNo(exchange::addLanguageQuestion(name), MsgIcon::Exclamation))
         return;
-    m_added = exchange::addLanguage(*m_project, name, abbrev, box());
+    m_working = true;
+    for (QWidget* w : std::initializer_list<QWidget*>{cmbLangs, txtAbrev, cmdAdd})
+        w->setEnabled(false);
+    {
+        BarProgress progress(pbWork, nullptr, pbWork);
+        progress.setCancelButton(cmdCancel);
+        m_added = exchange::addLanguage(*m_project, name, abbrev, box(), &progress);
+    }
+    m_working = false;
     accept();
 }
 
 void frmNewLanguage::cmdCancel_Click()
 {
     reject();
+}
+
+void frmNewLanguage::reject()
+{
+    // While the language is added, Cancel asks the work to stop instead.
+    if (!m_working)
+        FormBase::reject();
+}
+
+void frmNewLanguage::closeEvent(QCloseEvent* event)
+{
+    if (m_working) {
+        cmdCancel->click();
+        event->ignore();
+        return;
+    }
+    FormBase::closeEvent(event);
 }

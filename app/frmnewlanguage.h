@@ -10,6 +10,7 @@
 class QComboBox;
 class QLineEdit;
 class QListWidget;
+class QProgressBar;
 class QPushButton;
 class cProject;
 
@@ -30,16 +31,21 @@ public:
     QLineEdit* txtAbrev;
     QPushButton* cmdAdd;
     QPushButton* cmdCancel;
+    QProgressBar* pbWork;
+    bool working() const { return m_working; }
 
 public slots:
     void cmbLangs_Click(int index);
     void cmdAdd_Click();
     void cmdCancel_Click();
+    // No way out while the language is added; Cancel stops the work then.
+    void reject() override;
 
 protected:
     // The project's languages and the installed list.
     void onLoad() override;
     void showEvent(QShowEvent* event) override;
+    void closeEvent(QCloseEvent* event) override;
 
 private:
     cProject* m_project = nullptr;
@@ -47,4 +53,5 @@ private:
     cLangList m_langs;
     bool m_added = false;
     bool m_placed = false;
+    bool m_working = false;
 };

@@ -139,6 +139,11 @@ bool addLanguage(cProject& project, const QString& name, const QString& abbrev, 
             fileio::commitTemp(t, QString());
     };
     for (const QString& file : files) {
+        if (progress && progress->cancelRequested()) {
+            dropTemps();
+            box.info(Progress::kCancelled);
+            return false;
+        }
         cSAXAddLanguage filter;
         filter.Lang = abbrev;
         filter.MainLang = main;
@@ -156,6 +161,11 @@ bool addLanguage(cProject& project, const QString& name, const QString& abbrev, 
         temps << temp;
         if (progress)
             progress->step();
+    }
+    if (progress && progress->cancelRequested()) {
+        dropTemps();
+        box.info(Progress::kCancelled);
+        return false;
     }
     for (int i = 0; i < files.size(); ++i) {
         QString error;

@@ -46,7 +46,8 @@ QString addLanguageQuestion(const QString& name);
 // rewritten to a temporary file first, and only when all are complete are
 // they renamed over their targets; then the project file, the image folder
 // and the book file follow. A failure shows its box and changes nothing
-// (before the renames). The progress steps once per chapter file.
+// (before the renames). The progress steps once per chapter file; a cancel
+// asked through it before the renames changes nothing either.
 bool addLanguage(cProject& project, const QString& name, const QString& abbrev, MsgBox& box,
                  Progress* progress = nullptr);
 

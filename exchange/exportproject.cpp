@@ -164,9 +164,33 @@ bool ProjectExport::numberChapters(int topicCount, Progress& progress)
 {
     progress.start(topicCount);
     const QString main = m_project.GetMainLangAbbrev();
+    // Every chapter is numbered into a file beside it; only when all are
+    // done are they renamed over their targets, so a stop leaves none changed.
+    struct Prepared {
+        QString temp, target;
+    };
+    std::vector<Prepared> prepared;
+    auto drop = [&prepared] {
+        for (const Prepared& p : prepared)
+            fileio::commitTemp(p.temp, QString());
+    };
+    bool& cancelled = m_cancelled;
+    auto failed = [&](const QString& file, const QString& error) {
+        drop();
+        if (cancelled)
+            return false;
+        m_box.stop(QStringLiteral("Error! Export was not successfull!\r\n\r\n") + QFileInfo(file).fileName() +
+                   QStringLiteral(": ") + error);
+        return false;
+    };
     for (const QString& file : m_project.chapterFileList()) {
         TopicRewriteFilter filter;
         filter.onTopic = [&](const QString& id, const QString& xml, QString& out) {
+            if (progress.cancelRequested()) {
+                cancelled = true;
+                filter.fail(Progress::kCancelled);
+                return false;
+            }
             progress.step();
             QString why;
             if (numberTopic(xml, main, out, &why))
@@ -178,11 +202,21 @@ bool ProjectExport::numberChapters(int topicCount, Progress& progress)
         const QString temp = file + QStringLiteral(".quillary-new");
         bool changed = false;
         QString error;
-        if (!rewriteChapterToTemp(file, filter, temp, &changed, &error) ||
-            (changed && !fileio::commitTemp(temp, file, &error))) {
-            m_box.stop(QStringLiteral("Error! Export was not successfull!\r\n\r\n") + QFileInfo(file).fileName() +
-                       QStringLiteral(": ") + error);
-            return false;
+        if (!rewriteChapterToTemp(file, filter, temp, &changed, &error))
+            return failed(file, error);
+        if (changed)
+            prepared.push_back({temp, file});
+        if (progress.cancelRequested()) {
+            cancelled = true;
+            return failed(file, QString());
+        }
+    }
+    for (size_t i = 0; i < prepared.size(); ++i) {
+        QString error;
+        if (!fileio::commitTemp(prepared[i].temp, prepared[i].target, &error)) {
+            const QString target = prepared[i].target;
+            prepared.erase(prepared.begin(), prepared.begin() + qsizetype(i));
+            return failed(target, error);
         }
     }
     return true;
@@ -190,7 +224,7 @@ bool ProjectExport::numberChapters(int topicCount, Progress& progress)
 
 bool ProjectExport::run(const BookTree& tree, Progress& progress)
 {
-    m_locked = m_packageWritten = false;
+    m_locked = m_packageWritten = m_cancelled = false;
     if (!m_project.GetLockID().isEmpty()) {
         m_box.exclamation(QStringLiteral("Project has been already exported and it is locked!"));
         return false;
@@ -213,8 +247,15 @@ bool ProjectExport::run(const BookTree& tree, Progress& progress)
         if (n->Tag == QLatin1String("topic"))
             ++topics;
     });
-    if (!numberChapters(topics, progress))
+    if (!numberChapters(topics, progress)) {
+        // A stop asked for by the user takes back the lock this run set:
+        // the project is as it was before.
+        if (m_cancelled && m_project.RemoveLock()) {
+            m_locked = false;
+            m_box.info(Progress::kCancelled);
+        }
         return false;
+    }
     progress.message(kExportFinished);
 
     const QString files = backup::projectFileList(m_project);

@@ -49,12 +49,16 @@ public:
 
     // The whole export; the progress moves per topic of the tree while the
     // units are numbered, and its message says what is being done. False
-    // when it ended early (after its message).
+    // when it ended early (after its message). A cancel asked through the
+    // progress while the units are numbered leaves every chapter file as it
+    // was and removes the lock again.
     bool run(const BookTree& tree, Progress& progress);
 
     // Whether the last run set the lock, and whether it wrote a package.
     bool locked() const { return m_locked; }
     bool packageWritten() const { return m_packageWritten; }
+    // Whether the last run stopped at the user's request (the lock taken back).
+    bool cancelled() const { return m_cancelled; }
 
 private:
     bool preflight();
@@ -63,6 +67,7 @@ private:
     MsgBox& m_box;
     bool m_locked = false;
     bool m_packageWritten = false;
+    bool m_cancelled = false;
 };
 
 } // namespace exchange

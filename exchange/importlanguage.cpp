@@ -293,6 +293,10 @@ public:
         : SectionTitleFilter(language), m_in(in), m_progress(progress)
     {
         onTopic = [this, language](const QString& id, const QString& xml, QString& out) {
+            if (m_progress.cancelRequested()) {
+                fail(Progress::kCancelled);
+                return false;
+            }
             auto it = m_in.topics.constFind(id);
             if (it == m_in.topics.constEnd())
                 return false;
@@ -500,18 +504,32 @@ LanguageImport::Result LanguageImport::import(const QString& languageEntry, Prog
         return Result::Stay;
     }
     progress.message(kImporting);
-    if (!runImport(language, progress))
-        return Result::Failed;
+    if (!runImport(language, progress)) {
+        if (!m_cancelled)
+            return Result::Failed;
+        // Stopped before any file was replaced: the dialog stays for another try.
+        m_box.info(Progress::kCancelled);
+        return Result::Stay;
+    }
     m_box.info(QStringLiteral("Import was successfull!"));
     return Result::Done;
 }
 
 bool LanguageImport::runImport(const QString& language, Progress& progress)
 {
-    auto failed = [this](const QString& detail) {
+    m_cancelled = false;
+    auto reported = [this](const QString& detail) {
         m_box.stop(detail.isEmpty() ? QString::fromLatin1(kFailed)
                                     : QString::fromLatin1(kFailed) + QStringLiteral("\r\n\r\n") + detail);
         return false;
+    };
+    // Before the renames a stop asked for by the user is no failure.
+    auto failed = [&](const QString& detail) {
+        if (m_cancelled || progress.cancelRequested()) {
+            m_cancelled = true;
+            return false;
+        }
+        return reported(detail);
     };
     std::vector<cProject::ChapterEntry> mine, theirs;
     if (!m_selected || !bookChapters(m_current, m_box, mine) || !bookChapters(*m_selected, m_box, theirs) ||
@@ -537,6 +555,11 @@ bool LanguageImport::runImport(const QString& language, Progress& progress)
     const QString main = m_current.GetMainLangAbbrev();
 
     for (size_t i = 0; i < mine.size(); ++i) {
+        if (progress.cancelRequested()) {
+            drop();
+            m_cancelled = true;
+            return false;
+        }
         cSAXLanguageImporter in;
         in.Language = language;
         in.Ticks = &m_ticks;
@@ -586,25 +609,31 @@ bool LanguageImport::runImport(const QString& language, Progress& progress)
             renames.push_back({mine[i].title, in.chapterTitle, mine[i].id, mine[i].file});
     }
 
+    if (progress.cancelRequested()) {
+        drop();
+        m_cancelled = true;
+        return false;
+    }
+    // From here on the import runs to its end; a failure is reported.
     for (size_t i = 0; i < prepared.size(); ++i) {
         QString error;
         if (!fileio::commitTemp(prepared[i].temp, prepared[i].target, &error)) {
             for (size_t j = i; j < prepared.size(); ++j)
                 fileio::commitTemp(prepared[j].temp, QString());
-            return failed(QFileInfo(prepared[i].target).fileName() + QStringLiteral(": ") + error);
+            return reported(QFileInfo(prepared[i].target).fileName() + QStringLiteral(": ") + error);
         }
     }
 
     if (newRoot && m_ticks.isTicked(newRoot)) {
         cBookFile mineBook(m_box), theirBook(m_box);
         if (!mineBook.Load(m_current.getBookFile()) || !theirBook.Load(m_selected->getBookFile()))
-            return failed(QString());
+            return reported(QString());
         cBook current, selected;
         mineBook.getProperties(current, language);
         theirBook.getProperties(selected, language);
         current.Title = selected.Title;
         if (!mineBook.setProperties(current, language))
-            return failed(QString());
+            return reported(QString());
         progress.step();
     }
 

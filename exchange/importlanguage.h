@@ -62,7 +62,9 @@ public:
     enum class Result { Stay, Done, Failed };
     // The import button: checks (the dialog stays after a refusal), then
     // the import, then "Import was successfull!" (Done). A failure shows
-    // "Error! Import was not successful!" (Failed) and the dialog stays.
+    // "Error! Import was not successful!" (Failed) and the dialog stays. A
+    // cancel asked through the progress before any file is replaced shows
+    // that nothing was changed (Stay).
     Result import(const QString& languageEntry, Progress& progress);
 
 private:
@@ -74,6 +76,7 @@ private:
     std::unique_ptr<cProject> m_selected;
     BookTree m_oldTree, m_newTree;
     TickModel m_ticks;
+    bool m_cancelled = false;
 };
 
 } // namespace exchange

@@ -6,6 +6,7 @@
 #include "frmexport.h"
 #include "frmimport.h"
 #include "frmnewlanguage.h"
+#include "barprogress.h"
 
 #include "backup.h"
 #include "booktree.h"
@@ -34,6 +35,7 @@
 #include <QTest>
 #include <QTimer>
 #include <QTreeWidget>
+#include <QVBoxLayout>
 
 #include <gtest/gtest.h>
 
@@ -53,13 +55,8 @@ const QString kEnglishGerman[] = {QStringLiteral("English (en)"), QStringLiteral
 // Every file below a folder with its bytes, by relative path.
 QMap<QString, QByteArray> snapshot(const QString& folder)
 {
-    QMap<QString, QByteArray> out;
-    QDirIterator it(folder, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
-    while (it.hasNext()) {
-        const QString path = it.next();
-        out.insert(QDir(folder).relativeFilePath(path), testing_support::readBytes(path));
-    }
-    return out;
+    const std::map<QString, QByteArray> files = testing_support::filesOf(folder);
+    return QMap<QString, QByteArray>(files);
 }
 
 QStringList items(QListWidget* list)
@@ -269,6 +266,25 @@ TEST_F(NewLanguageFormTest, YesAddsTheLanguageAndCloses)
     for (const QString& file : reread.chapterFileList())
         EXPECT_TRUE(readText(file).contains(QStringLiteral("lang=\"fr\""))) << file.toStdString();
     EXPECT_TRUE(readText(reread.getBookFile()).contains(QStringLiteral("lang=\"fr\"")));
+}
+
+// Cancel while the chapters are rewritten: the work stops, nothing changes.
+TEST_F(NewLanguageFormTest, CancelWhileAddingChangesNothing)
+{
+    box.answer(MsgAnswer::Yes);
+    pick(form->cmbLangs, QStringLiteral("French"));
+    // Comes at the first repaint of the running work, as a user's click would.
+    bool shown = false;
+    QTimer::singleShot(0, form.get(), [&] {
+        shown = form->working() && form->pbWork->isVisible();
+        QTest::mouseClick(form->cmdCancel, Qt::LeftButton);
+    });
+    QTest::mouseClick(form->cmdAdd, Qt::LeftButton);
+    EXPECT_TRUE(shown);
+    EXPECT_EQ(box.texts().last(), Progress::kCancelled);
+    EXPECT_FALSE(form->added());
+    EXPECT_FALSE(form->isVisible());
+    EXPECT_EQ(snapshot(dir.path()), before);
 }
 
 TEST(NewLanguageForm, AMissingLanguageListIsReportedAndTheDialogStays)
@@ -506,6 +522,66 @@ TEST_F(ExportFormTest, ALockedProjectIsRefusedAtOnce)
     EXPECT_FALSE(form.isVisible());
 }
 
+// The form's Cancel while the units are numbered: the project is as it was,
+// not locked, and no package is asked for.
+TEST_F(ExportFormTest, CancelWhileNumberingLeavesTheProjectUnlocked)
+{
+    const auto before = snapshot(dir.path());
+    box.setDefault(MsgAnswer::Yes);
+    frmExport form(&box);
+    form.SetProject(&project);
+    form.SetTree(&tree);
+    form.inputBox = [&form](QWidget*, const QString&, const QString&) {
+        QTimer::singleShot(0, &form, [&form] { QTest::mouseClick(form.cmdStop, Qt::LeftButton); });
+        return QStringLiteral("stopped");
+    };
+    bool packageAsked = false;
+    form.cdlSave = [&](QWidget*, const QString&, const QString&) -> std::optional<QString> {
+        packageAsked = true;
+        return std::nullopt;
+    };
+    execWithin(form);
+    EXPECT_EQ(box.last(), Progress::kCancelled);
+    EXPECT_FALSE(packageAsked);
+    EXPECT_FALSE(form.locked());
+    EXPECT_FALSE(form.isVisible());
+    EXPECT_TRUE(project.GetLockID().isEmpty());
+    EXPECT_EQ(snapshot(dir.path()), before);
+}
+
+// While a job runs only its Cancel button takes the mouse in its window; a
+// box the job opens in a window of its own takes clicks as usual.
+TEST(BarProgress, OnlyTheCancelButtonAndTheJobsOwnBoxesTakeClicks)
+{
+    QDialog form;
+    auto* stop = new QPushButton(QStringLiteral("Cancel"), &form);
+    auto* other = new QPushButton(QStringLiteral("Other"), &form);
+    auto* bar = new QProgressBar(&form);
+    auto* layout = new QVBoxLayout(&form);
+    for (QWidget* w : std::initializer_list<QWidget*>{bar, other, stop})
+        layout->addWidget(w);
+    form.show();
+    QDialog question;
+    auto* ok = new QPushButton(QStringLiteral("OK"), &question);
+    question.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&form));
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&question));
+    int otherClicks = 0, okClicks = 0;
+    QObject::connect(other, &QPushButton::clicked, [&] { ++otherClicks; });
+    QObject::connect(ok, &QPushButton::clicked, [&] { ++okClicks; });
+
+    BarProgress progress(bar);
+    progress.setCancelButton(stop);
+    QTest::mouseClick(other, Qt::LeftButton);
+    QTest::keyClick(other, Qt::Key_Space);
+    QTest::mouseClick(ok, Qt::LeftButton);
+    EXPECT_EQ(otherClicks, 0);
+    EXPECT_EQ(okClicks, 1);
+    EXPECT_FALSE(progress.cancelRequested());
+    QTest::mouseClick(stop, Qt::LeftButton);
+    EXPECT_TRUE(progress.cancelRequested());
+}
+
 // --- Import ---------------------------------------------------------------------------
 
 class ImportFormTest : public ::testing::Test {
@@ -689,6 +765,27 @@ TEST_F(ImportFormTest, ImportsOnlyTheTickedGermanTexts)
     cProject reread(box);
     ASSERT_TRUE(reread.Load(master));
     EXPECT_EQ(reread.GetLockID(), QStringLiteral("qlk42"));
+}
+
+// Cancel while the import runs: nothing of the master changes and the form
+// stays for another try.
+TEST_F(ImportFormTest, CancelWhileImportingChangesNothingAndTheFormStays)
+{
+    start({copy});
+    ASSERT_TRUE(form->isVisible());
+    pick(form->cmbLangs, kEnglishGerman[1]);
+    bool enabled = false;
+    QTimer::singleShot(0, form.get(), [&] {
+        enabled = form->cmdCancel->isEnabled() && !form->cmdImport->isEnabled();
+        QTest::mouseClick(form->cmdCancel, Qt::LeftButton);
+    });
+    QTest::mouseClick(form->cmdImport, Qt::LeftButton);
+    EXPECT_TRUE(enabled);
+    EXPECT_EQ(box.texts(), QStringList{Progress::kCancelled});
+    EXPECT_TRUE(form->isVisible());
+    EXPECT_FALSE(form->imported());
+    EXPECT_TRUE(form->cmdImport->isEnabled());
+    EXPECT_EQ(snapshot(dir.file(QStringLiteral("master"))), masterBefore);
 }
 
 TEST_F(ImportFormTest, AZipIsExtractedIntoTheChosenFolderFirst)

@@ -5,6 +5,7 @@
 #include "csaxerrorhandler.h"
 #include "langlist.h"
 #include "msgbox.h"
+#include "cancelprogress.h"
 #include "progress.h"
 #include "testsupport.h"
 
@@ -201,4 +202,21 @@ TEST(LangList, ReadsNamesAndReportsAMissingOrDamagedFile)
     writeBytes(dir.file(QStringLiteral("langs.xml")), "<languages/>");
     EXPECT_FALSE(list.load(dir.file(QStringLiteral("langs.xml")), box));
     EXPECT_EQ(box.last(), QStringLiteral("File with available languages is damaged!"));
+}
+
+// Cancel after the first chapter: nothing of the project changes.
+TEST(AddLanguage, ACancelChangesNothing)
+{
+    TempDir dir;
+    const QString qly = copySample(dir.path());
+    ScriptedMsgBox box;
+    cProject p(box);
+    ASSERT_TRUE(p.Load(qly));
+    const auto before = filesOf(dir.path());
+    CancelAtStep progress(1);
+    EXPECT_FALSE(exchange::addLanguage(p, QStringLiteral("French"), QStringLiteral("fr"), box, &progress));
+    EXPECT_EQ(box.texts(), QStringList{Progress::kCancelled});
+    EXPECT_EQ(progress.value(), 1);
+    EXPECT_TRUE(filesOf(dir.path()) == before);
+    EXPECT_EQ(p.languageList(), QStringList({"en", "de"}));
 }

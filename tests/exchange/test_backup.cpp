@@ -2,6 +2,7 @@
 #include "cproject.h"
 #include "fileio.h"
 #include "msgbox.h"
+#include "cancelprogress.h"
 #include "progress.h"
 #include "testsupport.h"
 #include "ziparchive.h"
@@ -244,13 +245,7 @@ TEST_F(BackupFixture, SameFolderTwiceIsRefused)
 // plain note instead of the failure message.
 TEST_F(BackupFixture, CancelledBackupLeavesNoArchive)
 {
-    struct CancelAtFirstFile : Progress {
-        void changed() override
-        {
-            if (value() > 0)
-                requestCancel();
-        }
-    } progress;
+    CancelAtStep progress;
     // Enough files that the writing goes on after the first.
     for (int i = 0; i < 20; ++i)
         writeBytes(folder + QStringLiteral("extra%1.xml").arg(i), QByteArray(20000, 'x'));

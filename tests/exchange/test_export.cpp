@@ -9,6 +9,7 @@
 #include "filters.h"
 #include "language.h"
 #include "msgbox.h"
+#include "cancelprogress.h"
 #include "progress.h"
 #include "testsupport.h"
 #include "treeview.h"
@@ -242,4 +243,36 @@ TEST(Export, ACancelledPackageStillLocksAndSucceeds)
     EXPECT_FALSE(reread.GetLockID().isEmpty());
     // No comment: an empty description.
     EXPECT_EQ(reread.GetLockDescription(), QString());
+}
+
+// Cancel while the units are numbered: every file as it was, the lock taken
+// back, and a plain note instead of the failure message.
+TEST(Export, ACancelWhileNumberingLeavesTheProjectAsItWas)
+{
+    Exported e;
+    loadSample(e);
+    const QString folder = QFileInfo(e.qly).absolutePath();
+    const auto before = filesOf(folder);
+    e.box.setDefault(MsgAnswer::Yes);
+    exchange::ProjectExport job(*e.project, e.box);
+    job.askComment = [] { return QStringLiteral("stopped"); };
+    bool packaged = false;
+    job.writePackage = [&packaged](const QString&, const QString&) { return packaged = true; };
+    // Two topics in: the first chapter is numbered in its new file already.
+    CancelAtStep progress(2);
+    EXPECT_FALSE(job.run(e.tree, progress));
+    EXPECT_TRUE(job.cancelled());
+    EXPECT_FALSE(job.locked());
+    EXPECT_FALSE(packaged);
+    EXPECT_EQ(e.box.last(), Progress::kCancelled);
+    EXPECT_EQ(e.box.all().back().icon, MsgIcon::Information);
+    EXPECT_TRUE(e.project->GetLockID().isEmpty());
+    EXPECT_TRUE(filesOf(folder) == before);
+
+    // The next export runs as if nothing had happened.
+    e.box.clear();
+    Progress whole;
+    ASSERT_TRUE(job.run(e.tree, whole)) << e.box.last().toStdString();
+    EXPECT_TRUE(job.locked());
+    EXPECT_TRUE(readText(e.project->chapterFileList().first()).contains(QStringLiteral("transid=\"trans1\"")));
 }

@@ -8,6 +8,7 @@
 #include "importlanguage.h"
 #include "language.h"
 #include "msgbox.h"
+#include "cancelprogress.h"
 #include "progress.h"
 #include "testsupport.h"
 #include "tickmodel.h"
@@ -314,4 +315,25 @@ TEST_F(ImportTest, TheDirectMergeGivesTheBytesOfTheDomMerge)
         }
     }
     EXPECT_EQ(topics, 6);
+}
+
+// Cancel during the import: no file of the master changes, the dialog stays
+// (Stay) with a note, and the import can be run again to its end.
+TEST_F(ImportTest, ACancelledImportChangesNothing)
+{
+    translateCopy();
+    const QString folder = QFileInfo(master).absolutePath();
+    const auto before = filesOf(folder);
+    exchange::LanguageImport job(*project, box);
+    ASSERT_TRUE(job.selectProject(copy)) << box.last().toStdString();
+    box.clear();
+    CancelAtStep progress(1);
+    EXPECT_EQ(job.import(QStringLiteral("German (de)"), progress), exchange::LanguageImport::Result::Stay);
+    EXPECT_EQ(box.texts(), QStringList{Progress::kCancelled});
+    EXPECT_TRUE(filesOf(folder) == before);
+
+    box.clear();
+    Progress whole;
+    EXPECT_EQ(job.import(QStringLiteral("German (de)"), whole), exchange::LanguageImport::Result::Done);
+    EXPECT_FALSE(filesOf(folder) == before);
 }

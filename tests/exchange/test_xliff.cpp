@@ -7,6 +7,7 @@
 #include "exportproject.h"
 #include "language.h"
 #include "msgbox.h"
+#include "cancelprogress.h"
 #include "progress.h"
 #include "testsupport.h"
 #include "treeview.h"
@@ -220,15 +221,7 @@ protected:
     QString chapter(int i) const { return QFileInfo(master).absolutePath() + QStringLiteral("/sample/chapter%1.xml").arg(i); }
 
     // Every file of the project's folder, as bytes.
-    std::map<QString, QByteArray> snapshot() const
-    {
-        std::map<QString, QByteArray> out;
-        const QString base = QFileInfo(master).absolutePath();
-        out[master] = readBytes(master);
-        for (const QString& f : QDir(base + QStringLiteral("/sample")).entryList(QDir::Files | QDir::Hidden))
-            out[f] = readBytes(base + QStringLiteral("/sample/") + f);
-        return out;
-    }
+    std::map<QString, QByteArray> snapshot() const { return filesOf(QFileInfo(master).absolutePath()); }
 
     // An element of a topic in a chapter file: its onelang or title in a language.
     QString topicPart(int chapterNo, const QString& topicId, const char* element, const QString& lang) const
@@ -697,17 +690,9 @@ TEST_F(XliffTest, AnExportThatCannotBeWrittenLeavesNothing)
 TEST_F(XliffTest, ACancelledRunLeavesEverythingAsItWas)
 {
     open();
-    // Asks to stop at the first step, as the window's button would.
-    struct CancelAtFirstStep : Progress {
-        void changed() override
-        {
-            if (value() > 0)
-                requestCancel();
-        }
-    };
     const QString out = dir.file(QStringLiteral("cancelled.xlf"));
     {
-        CancelAtFirstStep progress;
+        CancelAtStep progress;
         box.clear();
         EXPECT_FALSE(exchange::exportXliff(*project, QStringLiteral("de"), out, box, progress));
         EXPECT_EQ(box.last(), Progress::kCancelled);
@@ -719,7 +704,7 @@ TEST_F(XliffTest, ACancelledRunLeavesEverythingAsItWas)
     fillTargets(good);
     const auto before = snapshot();
     {
-        CancelAtFirstStep progress;
+        CancelAtStep progress;
         box.clear();
         EXPECT_FALSE(exchange::importXliff(*project, good, true, box, progress));
         EXPECT_EQ(box.last(), Progress::kCancelled);

@@ -51,17 +51,6 @@ xmlsafe::DocPtr parse(const QByteArray& xml)
     return xmlsafe::DocPtr(xmlReadMemory(xml.constData(), int(xml.size()), "book.xml", nullptr, XML_PARSE_NONET));
 }
 
-std::map<QString, QByteArray> filesOf(const QString& folder)
-{
-    std::map<QString, QByteArray> out;
-    QDirIterator it(folder, QDir::Files, QDirIterator::Subdirectories);
-    while (it.hasNext()) {
-        const QString path = it.next();
-        out[QDir(folder).relativeFilePath(path)] = readBytes(path);
-    }
-    return out;
-}
-
 // DocBook numbers its own anchors in the order it is asked about them; the
 // chunker by their place in the book.
 QByteArray withoutGeneratedIds(const QByteArray& bytes)

@@ -64,6 +64,17 @@ QString makeProject(const QString& dir, const QString& name, const QStringList& 
     return book.ProjectFile;
 }
 
+std::map<QString, QByteArray> filesOf(const QString& folder)
+{
+    std::map<QString, QByteArray> out;
+    QDirIterator it(folder, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+    while (it.hasNext()) {
+        const QString path = it.next();
+        out[QDir(folder).relativeFilePath(path)] = readBytes(path);
+    }
+    return out;
+}
+
 QByteArray readBytes(const QString& path)
 {
     QByteArray b;

@@ -35,6 +35,8 @@ QString makeProject(const QString& dir, const QString& name = QStringLiteral("ma
 // Reads a UTF-16 file with byte order mark (or UTF-8) as text.
 QString readText(const QString& path);
 QByteArray readBytes(const QString& path);
+// Every file below folder (hidden ones too), by path relative to it, as bytes.
+std::map<QString, QByteArray> filesOf(const QString& folder);
 // Writes text as UTF-16 LE with byte order mark, no line end added.
 void writeUtf16(const QString& path, const QString& text);
 void writeBytes(const QString& path, const QByteArray& bytes);
