@@ -279,7 +279,8 @@ struct Writer::Impl {
         return true;
     }
 
-    bool addFileEntry(const QString& file, const QString& name, QString* error)
+    bool addFileEntry(const QString& file, const QString& name, QString* error,
+                      Writer::Method method = Writer::Method::Deflate)
     {
         zip_source_t* source = zip_source_file(za, disk(file).constData(), 0, -1);
         if (!source) {
@@ -297,7 +298,8 @@ struct Writer::Impl {
         zip_file_set_external_attributes(za, zip_uint64_t(index), 0, ZIP_OPSYS_UNIX, kFileAttributes);
         // zlib's usual level: the highest costs several times the time for
         // a few per cent on XML.
-        zip_set_file_compression(za, zip_uint64_t(index), ZIP_CM_DEFLATE, 6);
+        const zip_int32_t how = method == Writer::Method::Store ? ZIP_CM_STORE : ZIP_CM_DEFLATE;
+        zip_set_file_compression(za, zip_uint64_t(index), how, how == ZIP_CM_STORE ? 0 : 6);
         record(index, true);
         return true;
     }
@@ -356,7 +358,7 @@ bool Writer::create(const QString& path, QString* error)
     return true;
 }
 
-bool Writer::addFile(const QString& file, const QString& nameInArchive, QString* error)
+bool Writer::addFile(const QString& file, const QString& nameInArchive, QString* error, Method method)
 {
     if (!d->ready(error))
         return false;
@@ -367,7 +369,7 @@ bool Writer::addFile(const QString& file, const QString& nameInArchive, QString*
     QString name;
     if (!storedName(nameInArchive, name, error))
         return false;
-    return d->addFileEntry(file, name, error);
+    return d->addFileEntry(file, name, error, method);
 }
 
 bool Writer::addFolder(const QString& folder, const QString& nameInArchive, QString* error)

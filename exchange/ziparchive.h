@@ -24,8 +24,12 @@ public:
     // Starts a new archive at path. An existing file there is deleted first,
     // so a failure leaves no archive.
     bool create(const QString& path, QString* error = nullptr);
-    // Stores one file under nameInArchive ("manual/book.xml").
-    bool addFile(const QString& file, const QString& nameInArchive, QString* error = nullptr);
+    // How a file is stored: compressed, or as it is (an EPUB's mimetype).
+    enum class Method { Deflate, Store };
+    // Stores one file under nameInArchive ("manual/book.xml"). Entries are
+    // written in the order they are added.
+    bool addFile(const QString& file, const QString& nameInArchive, QString* error = nullptr,
+                 Method method = Method::Deflate);
     // Stores every file below folder, keeping relative folders, under
     // nameInArchive ("manual/img"); empty folders are kept as folder entries.
     bool addFolder(const QString& folder, const QString& nameInArchive, QString* error = nullptr);

@@ -63,4 +63,9 @@ QString webhelpImage(const QString& name)
     return paths::programFolder() + QLatin1Char('/') + name;
 }
 
+QString epubXsl()
+{
+    return paths::programFolder() + QStringLiteral("/epub.xsl");
+}
+
 } // namespace publishpaths

@@ -21,5 +21,6 @@ QString docbookLayerXsl(const QString& format);
 // it (HTML5, UTF-8, languages, headings; the pictures' texts of the PDF).
 QString outputLayerXsl(const QString& format);
 QString webhelpImage(const QString& name); // its navigation GIFs
+QString epubXsl();       // our settings over DocBook XSL's EPUB 3 stylesheets
 
 } // namespace publishpaths
