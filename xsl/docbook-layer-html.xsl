@@ -7,6 +7,10 @@
 <xsl:import href="docbook-layer.xsl"/>
 
 
+<!-- The namespace of the pages' elements: none for HTML, XHTML's for the
+     EPUB. -->
+<xsl:param name="quillary.html.namespace" select="''"/>
+
 <!-- The book's index, found once: DocBook searches the whole document for
      it (//index) once for every entry of the index. -->
 <xsl:key name="quillary.indexes" match="index|setindex" use="'all'"/>
@@ -60,7 +64,7 @@
       </xsl:call-template>
     </xsl:when>
     <xsl:otherwise>
-      <a>
+      <xsl:element name="a" namespace="{$quillary.html.namespace}">
         <xsl:apply-templates select="." mode="class.attribute"/>
         <xsl:variable name="title">
           <xsl:choose>
@@ -94,7 +98,7 @@
         </xsl:attribute>
 
         <xsl:value-of select="$title"/> <!-- text only -->
-      </a>
+      </xsl:element>
 
       <xsl:variable name="id" select="(@id|@xml:id)[1]"/>
       <xsl:if test="key('endofrange', $id)[count(ancestor::node()|$scope) = count(ancestor::node()) and ($role = @role or $type = @type or (string-length($role) = 0 and string-length($type) = 0))]">

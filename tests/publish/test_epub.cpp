@@ -515,7 +515,8 @@ TEST_F(Epub, NavigationDocumentListsTheChaptersToTheChosenDepth)
             const epub::Result r = epub::package(j);
             EXPECT_TRUE(r.ok) << r.error.toStdString();
             const QString folder = unpack(j.target);
-            const ManifestItem* nav = readOpf(folder + "/OEBPS/package.opf").withProperty("nav");
+            const Opf opf = readOpf(folder + "/OEBPS/package.opf");
+            const ManifestItem* nav = opf.withProperty("nav");
             EXPECT_TRUE(nav);
             return nav ? readNav(folder + "/OEBPS/" + nav->href) : std::vector<NavEntry>{};
         };
@@ -695,3 +696,40 @@ TEST_F(Epub, CancelBeforeOrDuringTheRunLeavesNothing)
 }
 
 } // namespace
+
+// The format as the output dialog and the command line run it: the sample in
+// German with a cover chosen on the EPUB tab, into output/book_de.epub.
+TEST(EpubOutput, TheSampleWithItsCoverThroughTheOutputRun)
+{
+    QString program;
+    QStringList arguments;
+    if (!epubcheckCommand(program, arguments))
+        GTEST_SKIP() << "epubcheck is not installed (scripts/deps installs it)";
+    TempDir dir;
+    const QString qly = copySample(dir.path());
+    const QString P = QFileInfo(qly).absolutePath() + "/sample/";
+    ScriptedMsgBox box;
+    box.setDefault(MsgAnswer::Yes);
+    cProject project(box);
+    ASSERT_TRUE(project.Load(qly));
+    cOutputProperties props;
+    props.setText("txtCoverImage", cOutputProperties::kEPUB, P + "img/de/window.png");
+    OutputLog log;
+    cOutput out(project, props, log, box);
+    out.runOutput("de", cOutput::kEPUB, false);
+    ASSERT_EQ(out.resultFile, P + "output/book_de.epub") << log.text().toStdString();
+    EXPECT_FALSE(log.isRed()) << log.text().toStdString();
+    EXPECT_TRUE(log.text().contains("OUTPUT: " + out.resultFile));
+    EXPECT_FALSE(QFileInfo::exists(out.tempFolder())) << "the working folder stays";
+    const QStringList entries = ziparchive::entryNames(out.resultFile);
+    EXPECT_TRUE(std::any_of(entries.begin(), entries.end(),
+                            [](const QString& e) { return e.endsWith("window.png"); }));
+
+    QProcess check;
+    check.setProcessChannelMode(QProcess::MergedChannels);
+    check.start(program, arguments + QStringList{out.resultFile});
+    ASSERT_TRUE(check.waitForFinished(120000));
+    const QString said = QString::fromUtf8(check.readAll());
+    EXPECT_EQ(check.exitCode(), 0) << said.toStdString();
+    EXPECT_TRUE(said.contains("0 fatals / 0 errors")) << said.toStdString();
+}
