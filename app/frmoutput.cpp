@@ -62,14 +62,18 @@ frmOutput::frmOutput(MsgBox* box, QWidget* parent) : QDialog(parent)
         o->setObjectName(QString::fromLatin1(name));
         return o;
     };
-    optHTMLHelp = option("optHTMLHelp", QStringLiteral("HTML Help"));
-    optPDF = option("optPDF", QStringLiteral("PDF"));
-    optHTML = option("optHTML", QStringLiteral("HTML"));
-    optHTMLChunk = option("optHTMLChunk", QStringLiteral("HTML (frames)"));
-    optHTMLHelp->setChecked(true);
     auto* formats = new QVBoxLayout(Frame1);
-    for (QRadioButton* o : {optHTMLHelp, optPDF, optHTML, optHTMLChunk})
-        formats->addWidget(o);
+    for (const cOutput::Format& f : cOutput::formats()) {
+        m_formatOptions.push_back(option(f.option, f.caption));
+        formats->addWidget(m_formatOptions.back());
+    }
+    optHTMLHelp = m_formatOptions[0];
+    optPDF = m_formatOptions[1];
+    optHTML = m_formatOptions[2];
+    optHTMLChunk = m_formatOptions[3];
+    optWebHelp = m_formatOptions[4];
+    optEPUB = m_formatOptions[5];
+    optHTMLHelp->setChecked(true);
     chkDocBook = new QCheckBox(QStringLiteral("Keep DocBook XML file"), m_choice);
     chkDocBook->setObjectName(QStringLiteral("chkDocBook"));
     cmdOK = button(m_choice, "cmdOK", QStringLiteral("OK"));
@@ -202,28 +206,15 @@ void frmOutput::showEvent(QShowEvent* event)
 
 QString frmOutput::formatWord() const
 {
-    if (optHTMLHelp->isChecked())
-        return cOutput::kHTMLHelp;
-    if (optPDF->isChecked())
-        return cOutput::kPDF;
-    if (optHTML->isChecked())
-        return cOutput::kHTML;
-    if (optHTMLChunk->isChecked())
-        return cOutput::kHTMLChunk;
+    for (size_t i = 0; i < m_formatOptions.size(); ++i)
+        if (m_formatOptions[i]->isChecked())
+            return cOutput::formats()[i].word;
     return QString();
 }
 
 QString frmOutput::formatKey() const
 {
-    if (optHTMLHelp->isChecked())
-        return QStringLiteral("HH");
-    if (optPDF->isChecked())
-        return QStringLiteral("PDF");
-    if (optHTML->isChecked())
-        return QStringLiteral("HTML");
-    if (optHTMLChunk->isChecked())
-        return QStringLiteral("HTMLFrames");
-    return QString();
+    return cOutput::keyOfWord(formatWord());
 }
 
 void frmOutput::setChoiceEnabled(bool on)

@@ -3,6 +3,7 @@
 // turns into the running log of the publishing run. A view over cOutput, which
 // holds the preflight and the pipelines; the log grows while they run, with
 // the window alive and its buttons disabled.
+#include <vector>
 #include "dialogsupport.h"
 #include "outputlog.h"
 #include "outputproperties.h"
@@ -56,6 +57,8 @@ public:
     QRadioButton* optPDF;
     QRadioButton* optHTML;
     QRadioButton* optHTMLChunk;
+    QRadioButton* optWebHelp;
+    QRadioButton* optEPUB;
     QCheckBox* chkDocBook;
     QPushButton* cmdOK;
     QPushButton* cmdCancel;
@@ -84,6 +87,7 @@ protected:
     void closeEvent(QCloseEvent* event) override;
 
 private:
+    std::vector<QRadioButton*> m_formatOptions; // in the order of cOutput::formats()
     QString formatWord() const;
     QString formatKey() const;
     void showLogView();

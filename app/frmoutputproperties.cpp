@@ -27,8 +27,9 @@ namespace {
 
 using Kind = cOutputProperties::Kind;
 
-const char* const kTabCaptions[4] = {"HTML Help", "PDF", "HTML", "HTML (frames)"};
-const char* const kTabKeys[4] = {"HH", "PDF", "HTML", "HTMLFrames"};
+const char* const kTabCaptions[cOutputProperties::kTabCount] = {"HTML Help", "PDF",      "HTML",
+                                                                 "HTML (frames)", "Web Help", "EPUB"};
+const char* const kTabKeys[cOutputProperties::kTabCount] = {"HH", "PDF", "HTML", "HTMLFrames", "WebHelp", "EPUB"};
 
 QString key(const QString& name, int index)
 {
@@ -93,7 +94,7 @@ frmOutputProperties::frmOutputProperties(cOutputProperties& model, MsgBox* box, 
 
     tabOptions = new QTabWidget(this);
     tabOptions->setObjectName(QStringLiteral("tabOptions"));
-    for (int t = 0; t < 4; ++t)
+    for (int t = 0; t < cOutputProperties::kTabCount; ++t)
         tabOptions->addTab(buildTab(t), QString::fromLatin1(kTabCaptions[t]));
 
     auto button = [this](const char* name, const QString& text) {
@@ -123,7 +124,7 @@ frmOutputProperties::frmOutputProperties(cOutputProperties& model, MsgBox* box, 
     connect(cmdLoad, &QPushButton::clicked, this, &frmOutputProperties::cmdLoad_Click);
     connect(cmdSave, &QPushButton::clicked, this, &frmOutputProperties::cmdSave_Click);
     connect(tabOptions, &QTabWidget::currentChanged, this, [this](int t) {
-        if (t >= 0 && t < 4)
+        if (t >= 0 && t < cOutputProperties::kTabCount)
             m_model.SwitchTab(QString::fromLatin1(kTabKeys[t]));
     });
 
@@ -385,7 +386,8 @@ QWidget* frmOutputProperties::buildTab(int t)
         addTo(tocLayout, single(QString::fromLatin1(n)));
     {
         auto* row = new QHBoxLayout;
-        const bool split = t == cOutputProperties::kHH || t == cOutputProperties::kHTMLFrames;
+        const bool split = t == cOutputProperties::kHH || t == cOutputProperties::kHTMLFrames ||
+                           t == cOutputProperties::kWebHelp;
         auto* label = new QLabel(split ? QStringLiteral("Chapter Split Level") : QStringLiteral("ToC Depth"));
         label->setObjectName(QStringLiteral("labToCDepth"));
         label->setProperty("index", t);

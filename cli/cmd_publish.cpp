@@ -32,10 +32,9 @@ int cmdPublish(CliContext& c)
     const QStringList valueOptions{"--format", "--lang", "--properties"};
     QStringList pos = c.positional(valueOptions);
     const QString format = c.option("--format");
-    const QStringList formats{cOutput::kHTMLHelp, cOutput::kPDF, cOutput::kHTML, cOutput::kHTMLChunk};
-    if (pos.size() != 1 || !formats.contains(format) || !c.flag("--lang")) {
-        err(QStringLiteral("Usage: quillary publish PROJECT.qly --format htmlhelp|pdf|html|htmlchunk --lang ABBR "
-                           "[--properties FILE.qop] [--keep-docbook] [--yes]"));
+    if (pos.size() != 1 || cOutput::keyOfWord(format).isEmpty() || !c.flag("--lang")) {
+        err(QStringLiteral("Usage: quillary publish PROJECT.qly --format htmlhelp|pdf|html|htmlchunk|webhelp|epub "
+                           "--lang ABBR [--properties FILE.qop] [--keep-docbook] [--yes]"));
         return 1;
     }
     cProject project(c.box);
@@ -108,7 +107,7 @@ int cmdVerify(CliContext& c)
 }
 
 VerbRegistrar regPublish("publish",
-                         "publish PROJECT.qly --format htmlhelp|pdf|html|htmlchunk --lang ABBR "
+                         "publish PROJECT.qly --format htmlhelp|pdf|html|htmlchunk|webhelp|epub --lang ABBR "
                          "[--properties FILE.qop] [--keep-docbook] [--yes]",
                          cmdPublish);
 VerbRegistrar regVerify("verify", "verify PROJECT.qly --out DIR", cmdVerify);

@@ -32,13 +32,13 @@ Context help IDs tie the topics to the forms of the documented application.")
 # Libraries come from dpkg-shlibdeps; these are the programs and data the
 # publishing and the desktop program call by name at run time.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_PACKAGE_DEPENDS "docbook-xsl, fop, fp-utils, qt6-qpa-plugins")
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "docbook-xsl, fop, fp-utils, libjs-lunr, qt6-qpa-plugins")
 # Spelling and thesaurus in the editor, fonts for the PDF, more picture formats.
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS
     "hunspell-en-us | hunspell-dictionary, mythes-en-us | mythes-thesaurus, qt6-webengine-dev-tools, fonts-dejavu-core, fonts-liberation, qt6-image-formats-plugins")
-# CJK text in the PDF, PO round trips of XLIFF, validating kept DocBook.
+# CJK text in the PDF, PO round trips of XLIFF, validating kept DocBook, checking an EPUB.
 set(CPACK_DEBIAN_PACKAGE_SUGGESTS
-    "fonts-droid-fallback | fonts-wqy-zenhei, translate-toolkit, docbook-xml")
+    "fonts-droid-fallback | fonts-wqy-zenhei, translate-toolkit, docbook-xml, epubcheck")
 
 # `cpack --config CPackSourceConfig.cmake` packs the sources without build trees.
 set(CPACK_SOURCE_IGNORE_FILES "/\\\\.git/" "/build/" "/build-[^/]*/")

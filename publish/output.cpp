@@ -12,6 +12,8 @@
 #include "outputlog.h"
 #include "outputproperties.h"
 #include "outputverifier.h"
+#include "epub.h"
+#include "webhelp.h"
 #include "paths.h"
 #include "processrunner.h"
 #include "publishpaths.h"
@@ -233,6 +235,27 @@ void cOutput::showLogView()
     m_log.showLogView();
 }
 
+const std::vector<cOutput::Format>& cOutput::formats()
+{
+    static const std::vector<Format> table = {
+        {kHTMLHelp, QStringLiteral("HH"), QStringLiteral("HTML Help"), "optHTMLHelp"},
+        {kPDF, QStringLiteral("PDF"), QStringLiteral("PDF"), "optPDF"},
+        {kHTML, QStringLiteral("HTML"), QStringLiteral("HTML"), "optHTML"},
+        {kHTMLChunk, QStringLiteral("HTMLFrames"), QStringLiteral("HTML (frames)"), "optHTMLChunk"},
+        {kWebHelp, QStringLiteral("WebHelp"), QStringLiteral("Web help (with search)"), "optWebHelp"},
+        {kEPUB, QStringLiteral("EPUB"), QStringLiteral("EPUB 3 e-book"), "optEPUB"},
+    };
+    return table;
+}
+
+QString cOutput::keyOfWord(const QString& word)
+{
+    for (const Format& f : formats())
+        if (f.word == word)
+            return f.key;
+    return QString();
+}
+
 bool cOutput::cmdOK(const QString& languageName, const QString& formatWord, bool keepDocBook)
 {
     QString abbrev = m_project.getLanguageAbrev(languageName);
@@ -275,6 +298,10 @@ bool cOutput::runOutput(const QString& language, const QString& formatWord, bool
             makeHTML(language, keepDocBook);
         else if (formatWord == kHTMLChunk)
             makeHTMLFrames(language, keepDocBook);
+        else if (formatWord == kWebHelp)
+            makeWebHelp(language, keepDocBook);
+        else if (formatWord == kEPUB)
+            makeEPUB(language, keepDocBook);
         // A cancel that came after the last step leaves the output made.
         if (cancelled() && resultFile.isEmpty()) {
             removeFolder(tempFolder());
@@ -666,21 +693,13 @@ void cOutput::makeHTML(const QString& language, bool keepDocBook)
     enableResultButtons();
 }
 
-void cOutput::makeHTMLFrames(const QString& language, bool keepDocBook)
+bool cOutput::chunkedPages(const QString& relative, const QString& language, const QString& coverPath,
+                           ChunkedPages& out)
 {
     const QString P = projectFolder();
-    QDateTime start = QDateTime::currentDateTime();
-    QString coverPath = m_props.GetCoverImage(QStringLiteral("HTMLFrames"));
-    QString cover = coverValue(language, coverPath);
-    QString out = m_props.GetHTMLFramesOutput();
-    if (!makeDocBook(language, out, cover))
-        return;
-    if (keepDocBook)
-        keepCopy(language);
-    writeStylesheet(m_props.GetHTMLFramesStylesheet());
     QDir().mkpath(P + QStringLiteral("output"));
-    const QString relative = QStringLiteral("output/html_frames_") + language;
-    const QString folder = P + relative;
+    out.folder = P + relative;
+    const QString& folder = out.folder;
     // The pages of an earlier run are written over rather than deleted and
     // made anew (a file system may search its freshly freed entries for
     // every new file); what this run does not write goes at its end.
@@ -690,19 +709,58 @@ void cOutput::makeHTMLFrames(const QString& language, bool keepDocBook)
     QDir().mkpath(folder);
     logLine(QStringLiteral("XSLT: Transforming DocBook XML to HTML files..."));
     XsltResult r = htmlPass(true, folder);
-    if (!fileExists(folder + QStringLiteral("/index.html"))) {
+    if (!fileExists(folder + QStringLiteral("/index.html")) || cancelled()) {
         logLine(QStringLiteral("XSLT: HTML files were not created!!!"), true);
         logTail(r.messages);
-        removeFolder(folder);
-        removeFolder(tempFolder());
-        enableResultButtons();
-        return;
+        failChunked(folder);
+        return false;
     }
     logLine(QStringLiteral("XSLT: HTML files were created."));
     blank();
     logLine(QStringLiteral("Copying all neccessary images..."));
     blank();
     copyImages(tempFolder() + QStringLiteral("/quillary.xml"), relative, language, coverPath);
+    for (const QString& f : r.written) {
+        out.keep.insert(QDir::cleanPath(f));
+        if (f.endsWith(QLatin1String(".html")))
+            out.pages << f;
+    }
+    writeContextMap(out.pages, folder, folder + QStringLiteral("/context.json"));
+    out.keep.insert(QDir::cleanPath(folder + QStringLiteral("/context.json")));
+    out.keep.insert(QDir::cleanPath(folder + QStringLiteral("/img/") + language));
+    return true;
+}
+
+void cOutput::failChunked(const QString& folder)
+{
+    removeFolder(folder);
+    removeFolder(tempFolder());
+    enableResultButtons();
+}
+
+void cOutput::finishChunked(const ChunkedPages& pages, const QDateTime& start)
+{
+    keepOnly(pages.folder, pages.keep);
+    QString index = pages.folder + QStringLiteral("/index.html");
+    logLine(QStringLiteral("OUTPUT: ") + index);
+    resultFile = index;
+    removeFolder(tempFolder());
+    finish(start);
+}
+
+void cOutput::makeHTMLFrames(const QString& language, bool keepDocBook)
+{
+    QDateTime start = QDateTime::currentDateTime();
+    QString coverPath = m_props.GetCoverImage(QStringLiteral("HTMLFrames"));
+    if (!makeDocBook(language, m_props.GetHTMLFramesOutput(), coverValue(language, coverPath)))
+        return;
+    if (keepDocBook)
+        keepCopy(language);
+    writeStylesheet(m_props.GetHTMLFramesStylesheet());
+    ChunkedPages pages;
+    if (!chunkedPages(QStringLiteral("output/html_frames_") + language, language, coverPath, pages))
+        return;
+    const QString& folder = pages.folder;
     QDir().mkpath(folder + QStringLiteral("/img"));
     for (const char* gif : {"chapter_c.gif", "chapter_e.gif", "topic.gif"}) {
         QString source = publishpaths::webhelpImage(QString::fromLatin1(gif));
@@ -713,25 +771,38 @@ void cOutput::makeHTMLFrames(const QString& language, bool keepDocBook)
         } else {
             logLine(QStringLiteral("Image \"") + source + QStringLiteral("\" is missing! Incorrect installation."), true);
         }
+        pages.keep.insert(QDir::cleanPath(target));
     }
-    QSet<QString> keep;
-    QStringList pages;
-    for (const QString& f : r.written) {
-        keep.insert(QDir::cleanPath(f));
-        if (f.endsWith(QLatin1String(".html")))
-            pages << f;
+    finishChunked(pages, start);
+}
+
+void cOutput::makeWebHelp(const QString& language, bool keepDocBook)
+{
+    QDateTime start = QDateTime::currentDateTime();
+    QString coverPath = m_props.GetCoverImage(QStringLiteral("WebHelp"));
+    if (!makeDocBook(language, m_props.GetWebHelpOutput(), coverValue(language, coverPath)))
+        return;
+    if (keepDocBook)
+        keepCopy(language);
+    writeStylesheet(m_props.GetWebHelpStylesheet());
+    ChunkedPages pages;
+    if (!chunkedPages(QStringLiteral("output/webhelp_") + language, language, coverPath, pages))
+        return;
+    const QString& folder = pages.folder;
+    QByteArray contextJson;
+    fileio::readFile(folder + QStringLiteral("/context.json"), contextJson);
+    logLine(QStringLiteral("Building the search index..."));
+    webhelp::Result w;
+    runOffThread([&] { w = webhelp::finish(folder, pages.pages, language, contextJson); });
+    if (!w.ok) {
+        logLine(w.error, true);
+        failChunked(folder);
+        return;
     }
-    writeContextMap(pages, folder, folder + QStringLiteral("/context.json"));
-    keep.insert(QDir::cleanPath(folder + QStringLiteral("/context.json")));
-    keep.insert(QDir::cleanPath(folder + QStringLiteral("/img/") + language));
-    for (const char* gif : {"chapter_c.gif", "chapter_e.gif", "topic.gif"})
-        keep.insert(QDir::cleanPath(folder + QStringLiteral("/img/") + QString::fromLatin1(gif)));
-    keepOnly(folder, keep);
-    QString index = folder + QStringLiteral("/index.html");
-    logLine(QStringLiteral("OUTPUT: ") + index);
-    resultFile = index;
-    removeFolder(tempFolder());
-    finish(start);
+    logLine(QStringLiteral("Search index: %1 KB.").arg((w.indexBytes + 1023) / 1024));
+    for (const QString& own : webhelp::ownFiles())
+        pages.keep.insert(QDir::cleanPath(folder + QLatin1Char('/') + own));
+    finishChunked(pages, start);
 }
 
 void cOutput::writeContextMap(const QStringList& pages, const QString& folder, const QString& target)
@@ -803,4 +874,46 @@ void cOutput::copyImages(const QString& docBookFile, const QString& outputFolder
     } catch (const std::exception&) {
         logLine(QStringLiteral("Error while copying images!"), true);
     }
+}
+
+void cOutput::makeEPUB(const QString& language, bool keepDocBook)
+{
+    const QString P = projectFolder();
+    QDateTime start = QDateTime::currentDateTime();
+    QString coverPath = m_props.GetCoverImage(QStringLiteral("EPUB"));
+    if (!makeDocBook(language, m_props.GetEPUBOutput(), coverValue(language, coverPath)))
+        return;
+    if (keepDocBook)
+        keepCopy(language);
+    QDir().mkpath(P + QStringLiteral("output"));
+    const QString result = P + QStringLiteral("output/") + bookBase() + QLatin1Char('_') + language +
+                           QStringLiteral(".epub");
+    epub::Job job;
+    job.docbook = tempFolder() + QStringLiteral("/quillary.xml");
+    job.projectFolder = P;
+    job.language = language;
+    job.cover = coverPath.isEmpty() ? QString() : paths::toDisk(coverPath);
+    job.css = m_props.GetEPUBStyle();
+    job.tocDepth = m_props.GetEPUBToCDepth();
+    job.workFolder = tempFolder() + QStringLiteral("/epub");
+    job.target = result;
+    job.readFolders = readFolders();
+    job.cancel = m_cancel;
+    logLine(QStringLiteral("XSLT: Transforming DocBook XML to EPUB..."));
+    epub::Result r;
+    runOffThread([&] { r = epub::package(job); });
+    if (!r.ok) {
+        if (!cancelled()) {
+            logLine(QStringLiteral("EPUB file was not created!!! ") + r.error, true);
+            logTail(r.messages);
+        }
+        removeFolder(tempFolder());
+        enableResultButtons();
+        return;
+    }
+    logLine(QStringLiteral("EPUB file was created."));
+    logLine(QStringLiteral("OUTPUT: ") + result);
+    resultFile = result;
+    removeFolder(tempFolder());
+    finish(start);
 }

@@ -8,6 +8,7 @@
 #include <QStringList>
 
 #include <atomic>
+#include <vector>
 
 class cProject;
 class cOutputProperties;
@@ -25,6 +26,17 @@ public:
     static inline const QString kPDF = QStringLiteral("pdf");
     static inline const QString kHTML = QStringLiteral("html");
     static inline const QString kHTMLChunk = QStringLiteral("htmlchunk");
+    static inline const QString kWebHelp = QStringLiteral("webhelp");
+    static inline const QString kEPUB = QStringLiteral("epub");
+
+    // The formats in the dialog's order: word (command line), key of the
+    // properties tab, caption and the dialog's option name.
+    struct Format {
+        QString word, key, caption;
+        const char* option;
+    };
+    static const std::vector<Format>& formats();
+    static QString keyOfWord(const QString& word);
 
     // A flag that another thread sets to stop the run: the running step (a
     // transformation, the compiler, FOP) ends, the failure path cleans up,
@@ -49,6 +61,9 @@ public:
     void makePDF(const QString& language, bool keepDocBook);
     void makeHTML(const QString& language, bool keepDocBook);
     void makeHTMLFrames(const QString& language, bool keepDocBook);
+    // Responsive pages with contents, breadcrumbs and search in the browser.
+    void makeWebHelp(const QString& language, bool keepDocBook);
+    void makeEPUB(const QString& language, bool keepDocBook);
 
     static void removeHelpSources(const QString& folder);
     // outputFolder is relative to the project folder ("output/html").
@@ -75,6 +90,18 @@ private:
     void logTail(const QString& output);
     void finish(const QDateTime& start);
     bool writeStylesheet(const QString& text, QString* error = nullptr);
+    // A chunked format's pages in relative (below the project folder), its
+    // images and context map; what the run wrote is kept, the rest of the
+    // folder goes at finishChunked. False after the failure was logged.
+    struct ChunkedPages {
+        QString folder;
+        QStringList pages;
+        QSet<QString> keep;
+    };
+    bool chunkedPages(const QString& relative, const QString& language, const QString& coverPath,
+                      ChunkedPages& out);
+    void failChunked(const QString& folder);
+    void finishChunked(const ChunkedPages& pages, const QDateTime& start);
     // The second transformation: temp's DocBook file through temp's
     // stylesheet, writing into writeFolder (and output, when given).
     XsltJob secondPass(const QString& writeFolder, const QString& output = {}) const;

@@ -90,11 +90,20 @@ cOutputProperties::cOutputProperties()
     for (const char* n : {"txtToCDepth", "chkToCChapter", "chkListTables", "chkListFigures", "chkToC"})
         add(QString::fromLatin1(n), 0, kindOf(QString::fromLatin1(n)));
     addStyleList(0);
+    for (int tab : {kWebHelp, kEPUB}) {
+        add(QStringLiteral("txtCoverImage"), tab, Kind::Text);
+        for (const char* n : {"optPrinted", "optOnline", "txtToCDepth", "chkToCChapter", "chkListTables",
+                              "chkListFigures", "chkAutoNumber", "chkToC"})
+            add(QString::fromLatin1(n), tab, kindOf(QString::fromLatin1(n)));
+        addStyleList(tab);
+    }
 
     resetHH();
     resetPDF();
     resetHTML();
     resetHTMLFrames();
+    resetWebHelp();
+    resetEPUB();
 }
 
 void cOutputProperties::add(const QString& name, int index, Kind kind)
@@ -328,6 +337,24 @@ static void applyWebGroups(cOutputProperties& p, int tab, const char* chapterTit
     applyNote(p, tab, "Times New Roman", 14, "Times New Roman", 12, "ADD0FC");
 }
 
+// The contents settings of a tab's defaults.
+struct TocDefaults {
+    bool toc, autoNumber;
+    const char* depth;
+    bool figures, tables, inChapters, online;
+};
+
+static void applyToc(cOutputProperties& p, int t, const TocDefaults& d)
+{
+    p.setCheck(QStringLiteral("chkToC"), t, d.toc);
+    p.setCheck(QStringLiteral("chkAutoNumber"), t, d.autoNumber);
+    p.setText(QStringLiteral("txtToCDepth"), t, QString::fromLatin1(d.depth));
+    p.setCheck(QStringLiteral("chkListFigures"), t, d.figures);
+    p.setCheck(QStringLiteral("chkListTables"), t, d.tables);
+    p.setCheck(QStringLiteral("chkToCChapter"), t, d.inChapters);
+    p.setOption(d.online ? QStringLiteral("optOnline") : QStringLiteral("optPrinted"), t, true);
+}
+
 void cOutputProperties::resetHH()
 {
     const int t = kHH;
@@ -371,13 +398,7 @@ void cOutputProperties::resetHTML()
     const int t = kHTML;
     resetCommon(t);
     applyWebGroups(*this, t, "FFFFFF");
-    setCheck(QStringLiteral("chkToC"), t, true);
-    setCheck(QStringLiteral("chkAutoNumber"), t, true);
-    setText(QStringLiteral("txtToCDepth"), t, QStringLiteral("10"));
-    setCheck(QStringLiteral("chkListFigures"), t, true);
-    setCheck(QStringLiteral("chkListTables"), t, true);
-    setCheck(QStringLiteral("chkToCChapter"), t, true);
-    setOption(QStringLiteral("optOnline"), t, true);
+    applyToc(*this, t, {true, true, "10", true, true, true, true});
 }
 
 void cOutputProperties::resetHTMLFrames()
@@ -388,13 +409,35 @@ void cOutputProperties::resetHTMLFrames()
     applyGroups(*this, t, {{"ToC", "Arial", 10, "000080", "FFFFFF", true, false}});
     // The left pane's italic box is spelled chkTocItalic.
     setCheck(QStringLiteral("chkTocItalic"), t, false);
-    setCheck(QStringLiteral("chkToC"), t, true);
-    setCheck(QStringLiteral("chkAutoNumber"), t, true);
-    setText(QStringLiteral("txtToCDepth"), t, QStringLiteral("10"));
-    setCheck(QStringLiteral("chkListFigures"), t, true);
-    setCheck(QStringLiteral("chkListTables"), t, true);
-    setCheck(QStringLiteral("chkToCChapter"), t, true);
-    setOption(QStringLiteral("optOnline"), t, true);
+    applyToc(*this, t, {true, true, "10", true, true, true, true});
+}
+
+void cOutputProperties::resetWebHelp()
+{
+    const int t = kWebHelp;
+    resetCommon(t);
+    applyWebGroups(*this, t, "FFFFFF");
+    // Screens of every size: a sans-serif face reads better than Times.
+    for (const char* g : {"Body", "BookTitle", "ChapterTitle", "Author", "Header", "Descrp", "NoteTitle", "NoteBody"})
+        setText(QStringLiteral("cmb") + QString::fromLatin1(g) + QStringLiteral("Font"), t, QStringLiteral("Arial"));
+    setText(QStringLiteral("cmbBodySize"), t, QStringLiteral("11"));
+    setColorHex(QStringLiteral("picBookTitleBGColor"), t, QStringLiteral("FFFFFF"));
+    setColorHex(QStringLiteral("picChapterTitleColor"), t, QStringLiteral("1F3A60"));
+    // The sidebar is the contents: none on the pages.
+    applyToc(*this, t, {true, false, "10", false, false, false, true});
+}
+
+void cOutputProperties::resetEPUB()
+{
+    const int t = kEPUB;
+    resetCommon(t);
+    applyWebGroups(*this, t, "FFFFFF");
+    // A reader sets the page's colours and size; the book keeps to black on
+    // white and sizes a reader can scale.
+    setColorHex(QStringLiteral("picBookTitleBGColor"), t, QStringLiteral("FFFFFF"));
+    setColorHex(QStringLiteral("picHeaderBGColor"), t, QStringLiteral("E8E8E8"));
+    setColorHex(QStringLiteral("picNoteBGColor"), t, QStringLiteral("F0F0F0"));
+    applyToc(*this, t, {true, true, "3", false, false, false, false});
 }
 
 void cOutputProperties::reset(int tab)
@@ -404,6 +447,8 @@ void cOutputProperties::reset(int tab)
     case kPDF: resetPDF(); break;
     case kHTML: resetHTML(); break;
     case kHTMLFrames: resetHTMLFrames(); break;
+    case kWebHelp: resetWebHelp(); break;
+    case kEPUB: resetEPUB(); break;
     default: break;
     }
 }
@@ -418,6 +463,10 @@ int cOutputProperties::tabOfKey(const QString& key)
         return kHTML;
     if (key == QLatin1String("HTMLFrames"))
         return kHTMLFrames;
+    if (key == QLatin1String("WebHelp"))
+        return kWebHelp;
+    if (key == QLatin1String("EPUB"))
+        return kEPUB;
     return -1;
 }
 

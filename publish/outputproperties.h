@@ -21,6 +21,11 @@ public:
     static constexpr int kPDF = 1;
     static constexpr int kHTML = 2;
     static constexpr int kHTMLFrames = 3;
+    // The two newer formats; their controls follow the four older tabs'
+    // in the .qop file, so an older file loads with their defaults.
+    static constexpr int kWebHelp = 4;
+    static constexpr int kEPUB = 5;
+    static constexpr int kTabCount = 6;
 
     struct Control {
         QString name;
@@ -62,10 +67,12 @@ public:
     void resetPDF();
     void resetHTML();
     void resetHTMLFrames();
+    void resetWebHelp();
+    void resetEPUB();
     void reset(int tab); // cmdHTMLReset(index)
 
     // Selected tab; SwitchTab takes a format key ("HH", "PDF", "HTML",
-    // "HTMLFrames"); an unknown key does nothing.
+    // "HTMLFrames", "WebHelp", "EPUB"); an unknown key does nothing.
     void SwitchTab(const QString& key);
     int currentTab() const { return m_tab; }
     static int tabOfKey(const QString& key); // -1 when unknown
@@ -80,6 +87,8 @@ public:
     QString GetPDFOutput() const { return outputOf(kPDF); }
     QString GetHTMLOutput() const { return outputOf(kHTML); }
     QString GetHTMLFramesOutput() const { return outputOf(kHTMLFrames); }
+    QString GetWebHelpOutput() const { return outputOf(kWebHelp); }
+    QString GetEPUBOutput() const { return outputOf(kEPUB); }
     // The cover image text of the key's tab ("" for an unknown key); sets
     // fontConfigurationFound and configuredFonts from the font configuration.
     QString GetCoverImage(const QString& key);
@@ -89,6 +98,10 @@ public:
     QString GetPDFStylesheet() const;
     QString GetHTMLStylesheet() const;
     QString GetHTMLFramesStylesheet() const;
+    QString GetWebHelpStylesheet() const;
+    // The look of the EPUB's pages as CSS, and its contents depth.
+    QString GetEPUBStyle() const;
+    int GetEPUBToCDepth() const;
 
     // The .qop file. SaveProperties replaces the file whole or not at all;
     // false with the reason in *error. LoadProperties is silent for a missing
@@ -137,5 +150,5 @@ void setDocbookFolder(const QString& folder); // tests
 // Our faster DocBook templates (on unless a test compares against DocBook's own).
 bool docbookLayerEnabled();
 void setDocbookLayerEnabled(bool on);
-QString importHref(const QString& format);    // "HH", "PDF", "HTML", "HTMLFrames"
+QString importHref(const QString& format);    // "HH", "PDF", "HTML", "HTMLFrames", "WebHelp"
 } // namespace stylesheet

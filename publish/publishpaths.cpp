@@ -33,7 +33,8 @@ QString docbookLayerXsl(const QString& format)
 {
     const QString name = format == QLatin1String("PDF")          ? QStringLiteral("/docbook-layer.xsl")
                          : format == QLatin1String("HH")         ? QStringLiteral("/docbook-layer-hh.xsl")
-                         : format == QLatin1String("HTMLFrames") ? QStringLiteral("/docbook-layer-chunk.xsl")
+                         : format == QLatin1String("HTMLFrames") || format == QLatin1String("WebHelp")
+                             ? QStringLiteral("/docbook-layer-chunk.xsl")
                                                                  : QStringLiteral("/docbook-layer-html.xsl");
     return paths::programFolder() + name;
 }
@@ -42,7 +43,8 @@ QString outputLayerXsl(const QString& format)
 {
     const QString name = format == QLatin1String("PDF")          ? QStringLiteral("/output-fo.xsl")
                          : format == QLatin1String("HH")           ? QStringLiteral("/output-pages.xsl")
-                         : format == QLatin1String("HTMLFrames") ? QStringLiteral("/output-frames.xsl")
+                         : format == QLatin1String("HTMLFrames") || format == QLatin1String("WebHelp")
+                             ? QStringLiteral("/output-frames.xsl")
                                                                  : QStringLiteral("/output-html.xsl");
     return paths::programFolder() + name;
 }
@@ -56,6 +58,16 @@ QString partsXsl(bool pages)
 QString webhelpXsl()
 {
     return paths::programFolder() + QStringLiteral("/webhelp.xsl");
+}
+
+QString webhelpPagesXsl()
+{
+    return paths::programFolder() + QStringLiteral("/webhelp-pages.xsl");
+}
+
+QString dataFile(const QString& name)
+{
+    return paths::programFolder() + QLatin1Char('/') + name;
 }
 
 QString webhelpImage(const QString& name)

@@ -20,6 +20,9 @@ QString docbookLayerXsl(const QString& format);
 // What a format adds to DocBook's output so that readers and checkers take
 // it (HTML5, UTF-8, languages, headings; the pictures' texts of the PDF).
 QString outputLayerXsl(const QString& format);
+// The responsive web help's stylesheet, and any data file of the program folder.
+QString webhelpPagesXsl();
+QString dataFile(const QString& name);
 QString webhelpImage(const QString& name); // its navigation GIFs
 QString epubXsl();       // our settings over DocBook XSL's EPUB 3 stylesheets
 

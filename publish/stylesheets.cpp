@@ -143,6 +143,8 @@ QString importHref(const QString& format)
         path = docbookFolder() + QStringLiteral("/fo/docbook.xsl");
     else if (format == QLatin1String("HTML"))
         path = docbookFolder() + QStringLiteral("/html/docbook.xsl");
+    else if (format == QLatin1String("WebHelp"))
+        path = publishpaths::webhelpPagesXsl();
     else
         path = publishpaths::webhelpXsl();
     return QString::fromUtf8(QUrl::fromLocalFile(path).toEncoded());
@@ -250,7 +252,8 @@ struct Tab {
     // The pages' headings start at h1 on every page, so the book's title is
     // told by its place, not by h1; the author is a line of the title page;
     // a note's title has its division's level plus one; captions are bold.
-    QString cssPart() const
+    // headExtra comes first in the pages' heads.
+    QString cssPart(const QString& headExtra = QString()) const
     {
         QString s;
         s += QStringLiteral("<xsl:template name=\"body.attributes\"><xsl:attribute name=\"style\">") +
@@ -259,7 +262,15 @@ struct Tab {
              style(QStringLiteral("NoteBody"), QStringLiteral("picNoteBGColor"), true) +
              QStringLiteral("</xsl:text></xsl:param>");
         s += placement();
-        s += QStringLiteral("<xsl:template name=\"user.head.content\"><style type=\"text/css\">");
+        s += QStringLiteral("<xsl:template name=\"user.head.content\">") + headExtra +
+             QStringLiteral("<style type=\"text/css\">") + cssRules() + QStringLiteral("</style></xsl:template>");
+        return s;
+    }
+
+    // The tab's look as CSS rules for DocBook's HTML.
+    QString cssRules() const
+    {
+        QString s;
         QString chapter = style(QStringLiteral("ChapterTitle"));
         for (const char* h : {"h1", "h2", "h3", "h4", "h5", "h6"})
             s += QString::fromLatin1(h) + QStringLiteral(".title{") + chapter + QStringLiteral("}");
@@ -275,7 +286,21 @@ struct Tab {
         s += QStringLiteral("thead{background-color: #") + hex("picHeaderBGColor") + QStringLiteral("}");
         // The contents are lists now, shown as the indented lines they were.
         s += QStringLiteral("div.toc ul,div.list-of-figures ul,div.list-of-tables ul{list-style-type: none}");
-        s += QStringLiteral("</style></xsl:template>");
+        return s;
+    }
+
+    // The parameters of the chunked web formats.
+    QString chunkedParams() const
+    {
+        QString s = param(QStringLiteral("saxon.character.representation"), QStringLiteral("native"));
+        s += param(QStringLiteral("toc.section.depth"), QStringLiteral("20"));
+        s += param(QStringLiteral("chunk.first.sections"), QStringLiteral("1"));
+        s += param(QStringLiteral("generate.section.toc.level"), QStringLiteral("20"));
+        s += tocParam();
+        s += param(QStringLiteral("section.label.includes.component.label"), QStringLiteral("1"));
+        s += boolParam(QStringLiteral("chapter.autolabel"), chk("chkAutoNumber"));
+        s += boolParam(QStringLiteral("section.autolabel"), chk("chkAutoNumber"));
+        s += param(QStringLiteral("chunk.section.depth"), depth());
         return s;
     }
 
@@ -357,15 +382,7 @@ QString cOutputProperties::GetHTMLFramesStylesheet() const
 {
     Tab x{*this, kHTMLFrames};
     QString s = kHead + importOf(QStringLiteral("HTMLFrames"));
-    s += param(QStringLiteral("saxon.character.representation"), QStringLiteral("native"));
-    s += param(QStringLiteral("toc.section.depth"), QStringLiteral("20"));
-    s += param(QStringLiteral("chunk.first.sections"), QStringLiteral("1"));
-    s += param(QStringLiteral("generate.section.toc.level"), QStringLiteral("20"));
-    s += x.tocParam();
-    s += param(QStringLiteral("section.label.includes.component.label"), QStringLiteral("1"));
-    s += boolParam(QStringLiteral("chapter.autolabel"), x.chk("chkAutoNumber"));
-    s += boolParam(QStringLiteral("section.autolabel"), x.chk("chkAutoNumber"));
-    s += param(QStringLiteral("chunk.section.depth"), x.depth());
+    s += x.chunkedParams();
     s += x.cssPart();
     s += QStringLiteral("<xsl:template name=\"toc.user.head.content\"><style type=\"text/css\">");
     // Valid CSS as in the pages' part; "cursor: hand" is pointer's old
@@ -393,6 +410,31 @@ QString cOutputProperties::GetHTMLFramesStylesheet() const
     s += sp(QStringLiteral("toc.active.color"), x.hex("picToCBGColor"));
     s += sp(QStringLiteral("toc.active.bgcolor"), x.hex("picToCColor"));
     return s + kTail;
+}
+
+QString cOutputProperties::GetWebHelpStylesheet() const
+{
+    Tab x{*this, kWebHelp};
+    QString s = kHead + importOf(QStringLiteral("WebHelp"));
+    s += x.chunkedParams();
+    // The sidebar's depth: the page script shows no deeper entries.
+    s += QStringLiteral("<xsl:param name=\"webhelp.toc.depth\" select=\"") + x.depth() + QStringLiteral("\"/>");
+    s += x.cssPart(QStringLiteral("<xsl:call-template name=\"webhelp.head\"/>"));
+    return s + kTail;
+}
+
+QString cOutputProperties::GetEPUBStyle() const
+{
+    Tab x{*this, kEPUB};
+    return QStringLiteral("body{") + x.style(QStringLiteral("Body")) + QStringLiteral("}") +
+           QStringLiteral("div.note{") + x.style(QStringLiteral("NoteBody"), QStringLiteral("picNoteBGColor"), true) +
+           QStringLiteral("}") + x.cssRules();
+}
+
+int cOutputProperties::GetEPUBToCDepth() const
+{
+    Tab x{*this, kEPUB};
+    return x.depth().toInt();
 }
 
 QString cOutputProperties::GetPDFStylesheet() const

@@ -1,11 +1,12 @@
 // Publishing benchmark: generated one-language books of several sizes
 // (500 and 2,000 topics by default) published by `quillary publish` in all
-// four formats. Prints the median time and the peak memory of each format
+// six formats. Prints the median time and the peak memory of each format
 // at each size, the growth exponent between the smallest and the largest
 // size (1.0 is linear), and plain DocBook XSL (xsltproc, without our
 // layer) on the same DocBook for the single HTML, run once.
 // Usage: quillary_bench_publish [--sizes 500,2000] [--runs 3] [--work DIR]
-//                               [--formats html,htmlchunk,htmlhelp,pdf]
+//                               [--formats html,htmlchunk,webhelp,epub,htmlhelp,pdf]
+// Beside the times, the size of the web help's search index.
 #include "fileio.h"
 #include "generator.h"
 #include "outputproperties.h"
@@ -16,6 +17,7 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QFileInfo>
 #include <QTemporaryDir>
 
 #include <sys/resource.h>
@@ -118,7 +120,7 @@ int main(int argc, char** argv)
     std::vector<int> sizes{500, 2000};
     int runs = 3;
     QString work;
-    QStringList formats{"html", "htmlchunk", "htmlhelp", "pdf"};
+    QStringList formats{"html", "htmlchunk", "webhelp", "epub", "htmlhelp", "pdf"};
     for (int i = 1; i + 1 < args.size(); ++i) {
         if (args[i] == "--sizes") {
             sizes.clear();
@@ -159,6 +161,9 @@ int main(int argc, char** argv)
                 m.push_back(measure({quillary, "--yes", "publish", qly, "--format", f, "--lang", "en"}, env));
             table[f][size] = median(m);
             print("  quillary publish --format " + f, table[f][size]);
+            if (f == "webhelp")
+                std::printf("    search index: %.2f MB\n",
+                            QFileInfo(folder + "/book/output/webhelp_en/search-index.js").size() / 1048576.0);
         }
 
         // Plain DocBook XSL on the same DocBook, for the single HTML.

@@ -140,10 +140,12 @@ TEST(OutputDialog, PublishesTheSampleToHTMLWithALiveLog)
     EXPECT_EQ(dlg.optPDF->text(), QStringLiteral("PDF"));
     EXPECT_EQ(dlg.optHTML->text(), QStringLiteral("HTML"));
     EXPECT_EQ(dlg.optHTMLChunk->text(), QStringLiteral("HTML (frames)"));
+    EXPECT_EQ(dlg.optWebHelp->text(), QStringLiteral("Web help (with search)"));
+    EXPECT_EQ(dlg.optEPUB->text(), QStringLiteral("EPUB 3 e-book"));
     EXPECT_EQ(dlg.chkDocBook->text(), QStringLiteral("Keep DocBook XML file"));
     EXPECT_EQ(dlg.cmdProperties->text(), QStringLiteral("Properties"));
     for (const char* n : {"Label1", "cmbLanguages", "Frame1", "optHTMLHelp", "optPDF", "optHTML", "optHTMLChunk",
-                          "chkDocBook", "cmdOK", "cmdCancel", "cmdProperties", "txtOut", "cmdClose", "cmdShowResult"})
+                          "optWebHelp", "optEPUB", "chkDocBook", "cmdOK", "cmdCancel", "cmdProperties", "txtOut", "cmdClose", "cmdShowResult"})
         EXPECT_TRUE(dlg.findChild<QWidget*>(QString::fromLatin1(n))) << n;
     ASSERT_EQ(dlg.cmbLanguages->count(), 2);
     EXPECT_EQ(dlg.cmbLanguages->itemText(0), QStringLiteral("English"));
@@ -306,6 +308,18 @@ TEST(OutputDialog, PropertiesOpenOnTheTabOfTheChosenFormat)
     EXPECT_EQ(title, QStringLiteral("Output Properties"));
     EXPECT_FALSE(dlg.propertiesForm()->isVisible());
     EXPECT_TRUE(box.empty());
+
+    // The newer formats have their tabs too.
+    for (auto [option, expected] : {std::pair{dlg.optWebHelp, 4}, std::pair{dlg.optEPUB, 5}}) {
+        option->setChecked(true);
+        tab = -1;
+        onNextModal<frmOutputProperties>([&](frmOutputProperties* form) {
+            tab = form->tabOptions->currentIndex();
+            QTest::mouseClick(form->cmdCancel, Qt::LeftButton);
+        });
+        QTest::mouseClick(dlg.cmdProperties, Qt::LeftButton);
+        EXPECT_EQ(tab, expected);
+    }
 }
 
 // --- Output Properties -------------------------------------------------------------
@@ -326,11 +340,13 @@ TEST(OutputPropertiesDialog, EveryControlIsBoundToTheModelBothWays)
         EXPECT_EQ(w->objectName(), c.name);
         EXPECT_EQ(w->property("index").toInt(), c.index) << c.name.toStdString();
     }
-    ASSERT_EQ(form.tabOptions->count(), 4);
+    ASSERT_EQ(form.tabOptions->count(), 6);
     EXPECT_EQ(form.tabOptions->tabText(0), QStringLiteral("HTML Help"));
     EXPECT_EQ(form.tabOptions->tabText(1), QStringLiteral("PDF"));
     EXPECT_EQ(form.tabOptions->tabText(2), QStringLiteral("HTML"));
     EXPECT_EQ(form.tabOptions->tabText(3), QStringLiteral("HTML (frames)"));
+    EXPECT_EQ(form.tabOptions->tabText(4), QStringLiteral("Web Help"));
+    EXPECT_EQ(form.tabOptions->tabText(5), QStringLiteral("EPUB"));
     EXPECT_EQ(widget<QGroupBox>(form, "Frame3", 2)->title(), QStringLiteral("Chapter && Topic Title"));
     EXPECT_EQ(widget<QGroupBox>(form, "Frame12", 3)->title(), QStringLiteral("Left Pane ToC"));
     EXPECT_FALSE(form.control(QStringLiteral("Frame2"), 1)); // no book title on PDF
@@ -478,7 +494,7 @@ TEST(OutputPropertiesDialog, SavesAndLoadsQopFilesThroughTheFileDialogs)
     box.clear();
 
     // Back to the defaults, then the file brings the state back.
-    for (int t = 0; t < 4; ++t)
+    for (int t = 0; t < cOutputProperties::kTabCount; ++t)
         QTest::mouseClick(widget<QPushButton>(form, "cmdHTMLReset", t), Qt::LeftButton);
     EXPECT_FALSE(widget<QCheckBox>(form, "chkBodyBold", 2)->isChecked());
     answer = qop;

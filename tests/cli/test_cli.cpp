@@ -7,6 +7,8 @@
 #include <QDir>
 #include <QProcess>
 
+#include <QFileInfo>
+
 #include <gtest/gtest.h>
 
 using namespace testing_support;
@@ -96,4 +98,19 @@ TEST(Cli, TreeAndTopicRoundTrip)
     EXPECT_TRUE(r.err.contains(QStringLiteral("has not been closed correctly")));
     r = quillary({"--yes", "topic", "save", project, "topic1", "--html", dir.file(QStringLiteral("t.html"))});
     EXPECT_EQ(r.code, 0);
+}
+
+// The two newer formats by their words; an unknown word names them all.
+TEST(Cli, PublishesWebHelpByItsWord)
+{
+    TempDir dir;
+    const QString project = copySample(dir.path());
+    CliRun r = quillary({"--yes", "publish", project, "--format", "webhelp", "--lang", "en"});
+    ASSERT_EQ(r.code, 0) << r.err.toStdString() << r.out.toStdString();
+    const QString folder = QFileInfo(project).absolutePath() + "/sample/output/webhelp_en/";
+    EXPECT_TRUE(r.out.contains("OUTPUT: " + folder + "index.html")) << r.out.toStdString();
+    EXPECT_TRUE(QFileInfo::exists(folder + "search-index.js"));
+    r = quillary({"--yes", "publish", project, "--format", "mobi", "--lang", "en"});
+    EXPECT_EQ(r.code, 1);
+    EXPECT_TRUE(r.err.contains("--format htmlhelp|pdf|html|htmlchunk|webhelp|epub")) << r.err.toStdString();
 }

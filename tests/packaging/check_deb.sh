@@ -59,7 +59,7 @@ names() {
 }
 depends=$(names "$(field Depends)")
 # The tools publishing calls by name, and libraries found by dpkg-shlibdeps.
-for p in fop fp-utils docbook-xsl qt6-qpa-plugins libc6 libxslt1.1; do
+for p in fop fp-utils docbook-xsl libjs-lunr qt6-qpa-plugins libc6 libxslt1.1; do
     printf '%s\n' "$depends" | grep -qxF "$p" || fail "Depends lacks $p: $(field Depends)"
 done
 printf '%s\n' "$depends" | grep -q '^libqt6core6' || fail "Depends names no Qt Core library: $(field Depends)"
@@ -78,7 +78,7 @@ has() {
     grep -q " \./$1\$" "$scratch/contents" || fail "the package lacks /$1"
 }
 has usr/bin/quillary
-for f in "$source"/xsl/*.xml "$source"/xsl/*.xsl "$source"/xsl/*.gif "$source"/xsl/*.css; do
+for f in "$source"/xsl/*.xml "$source"/xsl/*.xsl "$source"/xsl/*.gif "$source"/xsl/*.css "$source"/xsl/*.js; do
     [ -e "$f" ] && has "usr/share/quillary/$(basename "$f")"
 done
 has usr/share/applications/quillary-author.desktop
@@ -180,6 +180,15 @@ if "$cli" --yes publish "$scratch/sample/sample.qly" --format html --lang en >"$
 else
     cat "$scratch/publish.log" >&2
     fail "quillary publish failed"
+fi
+# Web help needs the installed page scripts and Debian's lunr.
+if "$cli" --yes publish "$scratch/sample/sample.qly" --format webhelp --lang en >"$scratch/webhelp.log" 2>&1; then
+    for f in index.html toc.js search-index.js webhelp.js webhelp-search.js webhelp.css lunr.min.js; do
+        [ -s "$scratch/sample/sample/output/webhelp_en/$f" ] || fail "web help lacks $f"
+    done
+else
+    cat "$scratch/webhelp.log" >&2
+    fail "quillary publish --format webhelp failed"
 fi
 
 if command -v lintian >/dev/null 2>&1; then

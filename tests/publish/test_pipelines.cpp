@@ -650,8 +650,9 @@ TEST_F(Pipelines, CancelBeforeTheFirstStep)
         EXPECT_EQ(r.result, QString());
         // At most the output folders, with no file in them.
         QStringList left = projectEntries();
-        if (left.removeAll("output"))
+        if (left.removeAll("output")) {
             EXPECT_TRUE(filesBelow(P + "output").empty()) << format.toStdString();
+        }
         EXPECT_EQ(left, kAuthorFiles) << format.toStdString();
     }
 }

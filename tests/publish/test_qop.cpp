@@ -53,7 +53,39 @@ TEST(Qop, HeaderRecordsAndOrder)
     // Tab 0 has no auto number box.
     EXPECT_FALSE(text.contains("\r\nchkAutoNumber\r\n0\r\n0\r\n"));
     EXPECT_FALSE(text.contains("\r\nchkAutoNumber\r\n1\r\n0\r\n"));
-    EXPECT_TRUE(text.endsWith("cmbNoteTitleSize\r\n5\r\n0\r\n"));
+    // The four tabs end as they always did; the web help's and the EPUB's
+    // controls follow them, so an older program's file is a prefix.
+    const qsizetype older = text.indexOf("\r\ncmbNoteTitleSize\r\n5\r\n0\r\n");
+    ASSERT_GT(older, 0);
+    const QString newer = text.mid(older + QString("\r\ncmbNoteTitleSize\r\n5\r\n0\r\n").size());
+    EXPECT_TRUE(newer.startsWith("txtCoverImage\r\n\"\"\r\n4\r\n")) << newer.left(80).toStdString();
+    const QStringList records = newer.split("\r\n", Qt::SkipEmptyParts);
+    ASSERT_EQ(records.size() % 3, 0);
+    for (qsizetype i = 2; i < records.size(); i += 3)
+        EXPECT_TRUE(records[i] == "4" || records[i] == "5") << records[i - 2].toStdString();
+    EXPECT_TRUE(text.endsWith("cmbNoteTitleSize\r\n5\r\n5\r\n"));
+}
+
+// A file of the four older tabs loads; the newer tabs keep their defaults.
+TEST(Qop, AnOlderFileLeavesTheNewerTabsAtTheirDefaults)
+{
+    TempDir dir;
+    cOutputProperties a;
+    a.setCheck("chkBodyBold", cOutputProperties::kHTML, true);
+    a.setCheck("chkBodyBold", cOutputProperties::kWebHelp, true);
+    const QString text = QString::fromUtf8(a.propertiesText());
+    const QString marker = "\r\ncmbNoteTitleSize\r\n5\r\n0\r\n";
+    writeBytes(dir.file("old.qop"), text.left(text.indexOf(marker) + marker.size()).toUtf8());
+    cOutputProperties b;
+    ScriptedMsgBox box;
+    EXPECT_TRUE(b.LoadProperties(dir.file("old.qop"), box));
+    EXPECT_TRUE(box.empty());
+    EXPECT_TRUE(b.check("chkBodyBold", cOutputProperties::kHTML));
+    EXPECT_FALSE(b.check("chkBodyBold", cOutputProperties::kWebHelp));
+    EXPECT_EQ(b.text("cmbBodyFont", cOutputProperties::kWebHelp), "Arial");
+    EXPECT_EQ(b.GetWebHelpOutput(), "online");
+    EXPECT_EQ(b.GetEPUBOutput(), "print");
+    EXPECT_EQ(b.GetEPUBToCDepth(), 3);
 }
 
 TEST(Qop, RoundTrip)

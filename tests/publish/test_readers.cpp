@@ -158,7 +158,8 @@ protected:
         conf.setHHWFile(findOnPath("chmcmd"));
         for (Book& b : books) {
             bool ok = true;
-            for (const QString& format : {cOutput::kHTML, cOutput::kHTMLChunk, cOutput::kHTMLHelp, cOutput::kPDF}) {
+            for (const QString& format :
+                 {cOutput::kHTML, cOutput::kHTMLChunk, cOutput::kWebHelp, cOutput::kHTMLHelp, cOutput::kPDF}) {
                 cProject project(box);
                 if (!project.Load(b.qly))
                     ok = false;
@@ -229,9 +230,11 @@ TEST_F(Readers, EveryHtmlPageParsesAndLeadsSomewhere)
     for (const Book& b : books) {
         SCOPED_TRACE(b.lang.toStdString());
         QStringList pages{file(b, "html/book_%1.html")};
-        QDirIterator frames(file(b, "html_frames_%1"), {"*.html"}, QDir::Files);
-        while (frames.hasNext())
-            pages << frames.next();
+        for (const char* folder : {"html_frames_%1", "webhelp_%1"}) {
+            QDirIterator frames(file(b, folder), {"*.html"}, QDir::Files);
+            while (frames.hasNext())
+                pages << frames.next();
+        }
         // The compiled help's pages too, as chmlib unpacks them.
         const QString unpacked = root->file("chm_" + b.lang);
         ASSERT_TRUE(extractChm(file(b, "book_%1.chm"), unpacked)) << "extract_chmLib (libchm-bin) is needed";
