@@ -207,6 +207,9 @@ bool frmImport::chooseCopy(QString& path)
                                    : cFolderBrowser::Browse(exchange::kImportFolderTitle, this);
         beginWait(exchange::kExtracting);
         BarProgress progress(pbWork, Label4, picWait);
+        // Cancel stops the extraction; nothing of it is left in the folder.
+        cmdCancel->setEnabled(true);
+        progress.setCancelButton(cmdCancel);
         const bool extracted = m_job->extract(path, folder, progress);
         endWait();
         if (!extracted)

@@ -371,8 +371,12 @@ bool LanguageImport::extract(const QString& archive, const QString& folder, Prog
     }
     progress.start(count);
     progress.message(kExtracting);
-    if (!ziparchive::extractAll(archive, folder, [&progress] { progress.step(); }, &error)) {
-        m_box.stop(error);
+    if (!ziparchive::extractAll(archive, folder, [&progress] { progress.step(); }, &error,
+                                [&progress] { return progress.cancelRequested(); })) {
+        if (progress.cancelRequested())
+            m_box.info(Progress::kCancelled);
+        else
+            m_box.stop(error);
         return false;
     }
     return true;

@@ -706,7 +706,8 @@ bool writeEntry(zip_t* za, const Planned& p, const QString& target, Extraction& 
 
 } // namespace
 
-bool extractAll(const QString& archive, const QString& folder, const FileDone& fileDone, QString* error)
+bool extractAll(const QString& archive, const QString& folder, const FileDone& fileDone, QString* error,
+                const std::function<bool()>& cancelled)
 {
     const QString archiveName = QFileInfo(archive).fileName();
     ReadGuard guard{openForReading(archive, error)};
@@ -840,6 +841,11 @@ bool extractAll(const QString& archive, const QString& folder, const FileDone& f
         }
         if (fileDone)
             fileDone();
+        if (cancelled && cancelled()) {
+            setError(error, QStringLiteral("The extraction of %1 was cancelled.").arg(q(archiveName)) +
+                                nothingExtracted());
+            return false;
+        }
     }
 
     std::set<QString> touched;

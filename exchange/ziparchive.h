@@ -57,8 +57,9 @@ QStringList entryNames(const QString& archive, QString* error = nullptr);
 // message that names the entry and nothing written: absolute paths, ".."
 // segments, backslashes, drive letters, symbolic links, and archives whose
 // uncompressed total is more than 100 times the archive's size or more than
-// the free space of the folder's file system.
+// the free space of the folder's file system. cancelled, asked after each
+// file, stops the extraction before anything is renamed into place.
 bool extractAll(const QString& archive, const QString& folder, const FileDone& fileDone = {},
-                QString* error = nullptr);
+                QString* error = nullptr, const std::function<bool()>& cancelled = {});
 
 } // namespace ziparchive

@@ -817,6 +817,36 @@ TEST_F(ImportFormTest, AZipIsExtractedIntoTheChosenFolderFirst)
     EXPECT_TRUE(box.empty()) << box.texts().join(QLatin1Char('|')).toStdString();
 }
 
+// Cancel while the package is extracted: the form closes, the folder holds
+// nothing of the package.
+TEST_F(ImportFormTest, CancelWhileExtractingLeavesTheFolderEmpty)
+{
+    const QString zip = dir.file(QStringLiteral("package.zip"));
+    {
+        cProject c(box);
+        ASSERT_TRUE(c.Load(copy));
+        ScriptedMsgBox quiet;
+        Progress progress;
+        ASSERT_TRUE(backup::writeBackup(backup::projectFileList(c), zip, QFileInfo(copy).absolutePath(), progress,
+                                        quiet, QStringLiteral("Export")));
+    }
+    extractTo = dir.file(QStringLiteral("unpacked"));
+    QDir().mkpath(extractTo);
+    form = std::make_unique<frmImport>(&box);
+    form->SetProject(&project);
+    form->cdlOpen = [&](QWidget*, const QString&, const QString&, const QString&) { return zip; };
+    form->folderBrowser = [this](const QString&, QWidget*) {
+        // The user's click, at the first repaint of the extraction.
+        QTimer::singleShot(0, form.get(), [this] { QTest::mouseClick(form->cmdCancel, Qt::LeftButton); });
+        return extractTo;
+    };
+    form->show();
+    ASSERT_TRUE(waitFor([this] { return !form->isVisible(); }, 30000));
+    EXPECT_EQ(box.texts(), QStringList{Progress::kCancelled});
+    EXPECT_FALSE(form->imported());
+    EXPECT_TRUE(QDir(extractTo).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden).isEmpty());
+}
+
 TEST_F(ImportFormTest, CancelAndBadChoicesCloseTheForm)
 {
     start({});

@@ -353,6 +353,27 @@ TEST(ZipExtract, CreatesMissingFolderAndImplicitParents)
     EXPECT_EQ(ziparchive::countFiles(zip), 2);
 }
 
+// Cancelled after the first file: no file replaced, no folder made, no
+// temporary file left.
+TEST(ZipExtract, ACancelLeavesTheFolderAsItWas)
+{
+    TempDir dir;
+    const QString zip = dir.file(QStringLiteral("a.zip"));
+    buildRaw(zip, {{QStringLiteral("manual/book.xml"), QByteArray("new book")},
+                   {QStringLiteral("manual/more/x.xml"), QByteArray("x")},
+                   {QStringLiteral("manual.qly"), QByteArray("new project")}});
+    const QString out = dir.file(QStringLiteral("out"));
+    mkdir(out);
+    writeBytes(out + QStringLiteral("/manual.qly"), QByteArray("old project"));
+    const auto before = filesOf(out);
+    int done = 0;
+    QString error;
+    EXPECT_FALSE(ziparchive::extractAll(zip, out, [&done] { ++done; }, &error, [&done] { return done >= 1; }));
+    EXPECT_EQ(error, QStringLiteral("The extraction of \"a.zip\" was cancelled. Nothing was extracted."));
+    EXPECT_TRUE(filesOf(out) == before);
+    EXPECT_FALSE(QFileInfo::exists(out + QStringLiteral("/manual")));
+}
+
 TEST(ZipExtract, SymlinkInsideTheFolderIsFollowed)
 {
     TempDir dir;
