@@ -1,5 +1,6 @@
 #include "epub.h"
 
+#include "fileio.h"
 #include "outputproperties.h"
 #include "publishpaths.h"
 #include "xmlsafety.h"
@@ -137,17 +138,6 @@ bool isPlainRelative(const QString& href)
     return true;
 }
 
-void makeWritableTree(const QString& folder)
-{
-    QDirIterator it(folder, QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
-                    QDirIterator::Subdirectories);
-    while (it.hasNext()) {
-        const QString p = it.next();
-        if (!QFileInfo(p).isSymLink())
-            QFile::setPermissions(p, QFile::permissions(p) | QFile::WriteOwner | QFile::ExeOwner);
-    }
-}
-
 // Folders a run makes: gone again (when empty) unless kept; what was there
 // before stays.
 class MadeFolders {
@@ -198,7 +188,7 @@ public:
     ~Scratch()
     {
         if (!m_path.isEmpty()) {
-            makeWritableTree(m_path);
+            fileio::makeTreeWritable(m_path);
             QDir(m_path).removeRecursively();
         }
     }

@@ -136,19 +136,6 @@ qint64 physicalMemoryMb()
     return 0;
 }
 
-void makeWritable(const QString& folder)
-{
-    if (!QFileInfo(folder).isDir())
-        return;
-    QDirIterator it(folder, QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
-                    QDirIterator::Subdirectories);
-    while (it.hasNext()) {
-        const QString p = it.next();
-        if (!QFileInfo(p).isSymLink())
-            QFile::setPermissions(p, QFile::permissions(p) | QFile::WriteOwner | QFile::ExeOwner);
-    }
-}
-
 void keepOnly(const QString& folder, const QSet<QString>& keep)
 {
     const QDir dir(folder);
@@ -705,7 +692,7 @@ bool cOutput::chunkedPages(const QString& relative, const QString& language, con
     // every new file); what this run does not write goes at its end.
     if (!QFileInfo(folder).isDir() || QFileInfo(folder).isSymLink())
         removeFolder(folder);
-    makeWritable(folder);
+    fileio::makeTreeWritable(folder);
     QDir().mkpath(folder);
     logLine(QStringLiteral("XSLT: Transforming DocBook XML to HTML files..."));
     XsltResult r = htmlPass(true, folder);

@@ -1,6 +1,7 @@
 #include "fileio.h"
 
 #include <QDir>
+#include <QDirIterator>
 #include <QFileInfo>
 #include <QRandomGenerator>
 #include <QRegularExpression>
@@ -503,6 +504,19 @@ bool setMarked(const QString& path, bool marked)
 bool exists(const QString& path)
 {
     return QFileInfo::exists(path);
+}
+
+void makeTreeWritable(const QString& folder)
+{
+    if (!QFileInfo(folder).isDir())
+        return;
+    QDirIterator it(folder, QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
+                    QDirIterator::Subdirectories);
+    while (it.hasNext()) {
+        const QString p = it.next();
+        if (!QFileInfo(p).isSymLink())
+            QFile::setPermissions(p, QFile::permissions(p) | QFile::WriteOwner | QFile::ExeOwner);
+    }
 }
 
 } // namespace fileio

@@ -124,5 +124,9 @@ bool setMarked(const QString& path, bool marked);
 // A file without write permission that is not marked: its owner made it so.
 bool isReadOnly(const QString& path);
 bool exists(const QString& path);
+// Gives the owner write (and, for folders, search) permission on everything
+// below folder, so that an output written over or removed never stops at a
+// file copied read-only; symbolic links are left alone.
+void makeTreeWritable(const QString& folder);
 
 } // namespace fileio
