@@ -251,12 +251,12 @@ bool hasWords(const QString& s)
 
 // The same for text as the parser gives it: plain ASCII is decided on the
 // bytes, anything else as above.
-bool hasWords(const xmlChar* text, int length, const QString& s)
+bool hasWords(const xmlChar* text, int length)
 {
     for (int i = 0; i < length; ++i) {
         const xmlChar c = text[i];
         if (c >= 0x80)
-            return hasWords(s);
+            return hasWords(QString::fromUtf8(reinterpret_cast<const char*>(text), length));
         if (c != ' ' && c != '\t' && c != '\n' && c != '\r' && c != '\v' && c != '\f')
             return true;
     }
@@ -722,11 +722,13 @@ struct TargetToken {
     enum Kind : unsigned char { Text, Open, Close, Empty, Nbsp, Foreign };
     Kind kind = Text;
     int id = 0;
-    QString text; // Text: the text; otherwise the element's name
+    QString text;    // the element's name; empty for Text
+    QByteArray utf8 = {}; // Text: the text as the file has it, converted only where it is used
 };
 using Target = std::vector<TargetToken>;
 
 struct FileUnit {
+    QString id;
     Target target;
     bool hasTarget = false; // false when there is none, or it is empty
     int order = 0;
@@ -739,12 +741,91 @@ struct FileUnit {
 // so that workers are sure to be ahead of it.
 std::atomic<int> g_readPause{0};
 
+// The reader hashes each id once for both of its tables, and a worker the id
+// it looks for in the same way; a QHash would hash it again for each.
+quint64 idHash(const QString& id)
+{
+    quint64 h = 0xcbf29ce484222325ull;
+    for (const QChar c : id)
+        h = (h ^ c.unicode()) * 0x100000001b3ull;
+    return h ^ (h >> 29);
+}
+
+// Positions in a list by the hashes of their ids, in open addressing: an
+// entry costs no allocation of its own, which counts for the reader with a
+// large file's units.
+class IdIndex {
+public:
+    // The position whose hash is h and for which same(position) holds; -1 if none.
+    template <typename Same>
+    int find(quint64 h, Same same) const
+    {
+        if (m_slots.empty())
+            return -1;
+        for (size_t i = size_t(h) & m_mask;; i = (i + 1) & m_mask) {
+            const Slot& s = m_slots[i];
+            if (s.pos < 0)
+                return -1;
+            if (s.hash == h && same(s.pos))
+                return s.pos;
+        }
+    }
+    // Room for n entries without growing.
+    void reserve(size_t n)
+    {
+        size_t size = 64;
+        while (size < n * 2)
+            size *= 2;
+        if (size > m_slots.size())
+            rehash(size);
+    }
+    void insert(quint64 h, int pos)
+    {
+        if ((m_count + 1) * 2 > m_slots.size())
+            grow();
+        place(h, pos);
+        ++m_count;
+    }
+
+private:
+    struct Slot {
+        quint64 hash = 0;
+        int pos = -1;
+    };
+    void place(quint64 h, int pos)
+    {
+        size_t i = size_t(h) & m_mask;
+        while (m_slots[i].pos >= 0)
+            i = (i + 1) & m_mask;
+        m_slots[i] = {h, pos};
+    }
+    void grow() { rehash(std::max<size_t>(64, m_slots.size() * 2)); }
+    void rehash(size_t size)
+    {
+        std::vector<Slot> old = std::move(m_slots);
+        m_slots.assign(size, Slot{});
+        m_mask = m_slots.size() - 1;
+        for (const Slot& s : old)
+            if (s.pos >= 0)
+                place(s.hash, s.pos);
+    }
+    std::vector<Slot> m_slots;
+    size_t m_mask = 0, m_count = 0;
+};
+
 // The units of one file element of the XLIFF file (one chapter's, or the
-// book's), by id.
+// book's), in the file's order and by id.
 struct FilePart {
     QString original;
-    QHash<QString, FileUnit> units;
+    std::vector<FileUnit> units;
+    IdIndex index;
     std::unique_ptr<std::atomic<bool>[]> known;
+
+    const FileUnit* find(const QString& id, quint64 h) const
+    {
+        const int i = index.find(h, [&](int pos) { return units[size_t(pos)].id == id; });
+        return i < 0 ? nullptr : &units[size_t(i)];
+    }
 };
 
 // What is read of the file. The reader fills a file element's part
@@ -762,22 +843,31 @@ struct XliffFile {
 
     // The reader's side.
     FilePart& current() { return m_current; }
-    bool seen(const QString& id) const { return m_ids.contains(id); }
-    void add(const QString& id, Target&& target, bool has)
+    bool seen(const QString& id, quint64 h) const
     {
-        m_ids.insert(id);
+        return m_ids.find(h, [&](int pos) { return order.at(pos) == id; }) >= 0;
+    }
+    void add(const QString& id, quint64 h, Target&& target, bool has)
+    {
+        m_ids.insert(h, int(order.size()));
         FileUnit u;
+        u.id = id;
         u.target = std::move(target);
         u.hasTarget = has;
         u.order = int(order.size());
         u.local = int(m_current.units.size());
-        m_current.units.insert(id, std::move(u));
+        m_current.index.insert(h, u.local);
+        m_current.units.push_back(std::move(u));
         order << id;
     }
+    // Room for the units of a file of that many bytes, at a guess.
+    void expect(qint64 bytes) { m_ids.reserve(size_t(std::max<qint64>(bytes, 0) / 384)); }
     void fileDone(const QString& original)
     {
         if (const int pause = g_readPause)
             std::this_thread::sleep_for(std::chrono::milliseconds(pause));
+        // The next chapter is likely of the same size.
+        const size_t last = m_current.units.size();
         m_current.original = original;
         m_current.known = std::make_unique<std::atomic<bool>[]>(size_t(m_current.units.size()) + 1);
         for (FileUnit& u : m_current.units)
@@ -788,6 +878,8 @@ struct XliffFile {
             m_state.notify_all();
         }
         m_current = FilePart{};
+        m_current.units.reserve(last);
+        m_current.index.reserve(last);
     }
     void readDone(bool failed)
     {
@@ -815,17 +907,16 @@ struct XliffFile {
     // lock: the reader may be adding one.
     const FileUnit* find(const QString& id, const FilePart* own = nullptr) const
     {
+        const quint64 h = idHash(id);
         if (own) {
-            auto it = own->units.constFind(id);
-            if (it != own->units.constEnd())
-                return &*it;
+            if (const FileUnit* u = own->find(id, h))
+                return u;
         }
         std::unique_lock<std::mutex> lock(m_stateMutex);
         for (size_t searched = 0;;) {
             for (; searched < m_parts.size(); ++searched) {
-                auto it = m_parts[searched].units.constFind(id);
-                if (it != m_parts[searched].units.constEnd())
-                    return &*it;
+                if (const FileUnit* u = m_parts[searched].find(id, h))
+                    return u;
             }
             if (m_readDone)
                 return nullptr;
@@ -852,7 +943,7 @@ struct XliffFile {
 
 private:
     FilePart m_current;
-    QSet<QString> m_ids;
+    IdIndex m_ids; // every unit read, by its place in order
     std::deque<FilePart> m_parts; // parts keep their place as more come
     mutable std::mutex m_stateMutex;
     mutable std::condition_variable m_state;
@@ -876,6 +967,7 @@ public:
         }
         QFile in;
         in.open(fd, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle);
+        f.expect(in.size());
         xmlSAXHandler sax;
         std::memset(&sax, 0, sizeof sax);
         sax.initialized = XML_SAX2_MAGIC;
@@ -932,6 +1024,7 @@ private:
     // The unit being read.
     int m_unitDepth = -1;
     QString m_unitId;
+    quint64 m_unitHash = 0;
     Target m_unitTarget;
     bool m_unitHasTarget = false;
     // Inside a target: its depth, the depth of an element whose content does
@@ -939,7 +1032,7 @@ private:
     // target more than empty.
     int m_targetDepth = -1, m_opaqueDepth = -1;
     Target m_tokens;
-    QString m_text;
+    QByteArray m_text;
     bool m_anyElement = false, m_words = false;
 
     static XliffReader* self(void* ctx) { return static_cast<XliffReader*>(ctx); }
@@ -963,6 +1056,18 @@ private:
                 return {reinterpret_cast<const char*>(a[3]), size_t(a[4] - a[3])};
         }
         return {};
+    }
+    // What QString::toInt gives for an attribute's value.
+    static int number(std::string_view v)
+    {
+        const bool plain = !v.empty() && v.size() < 10 &&
+                           std::all_of(v.begin(), v.end(), [](char c) { return c >= '0' && c <= '9'; });
+        if (!plain)
+            return QString::fromUtf8(v.data(), qsizetype(v.size())).toInt();
+        int n = 0;
+        for (const char c : v)
+            n = n * 10 + (c - '0');
+        return n;
     }
     static QString attribute(const xmlChar** attrs, int count, const char* name)
     {
@@ -1015,8 +1120,8 @@ private:
     {
         if (m_text.isEmpty())
             return;
-        m_tokens.push_back({TargetToken::Text, 0, m_text});
-        m_text.clear();
+        m_tokens.push_back({TargetToken::Text, 0, QString(), std::move(m_text)});
+        m_text = QByteArray();
     }
 
     void targetStart(const xmlChar* local, const xmlChar* uri, const xmlChar** attrs, int count)
@@ -1026,25 +1131,27 @@ private:
         if (m_opaqueDepth >= 0)
             return;
         flushText();
-        const QString name = xmlsafe::qs(local);
-        const int id = attribute(attrs, count, "id").toInt();
+        const int id = number(rawAttribute(attrs, count, "id"));
         const bool x = inXliff(uri);
+        // The names of codes are literals: no string is made for each.
         if (x && is(local, "g")) {
-            m_tokens.push_back({TargetToken::Open, id, name});
+            m_tokens.push_back({TargetToken::Open, id, QStringLiteral("g")});
             return;
         }
         if (x && is(local, "mrk"))
             return; // its text counts as the target's, apart from the text around it
         if (x && is(local, "bpt"))
-            m_tokens.push_back({TargetToken::Open, id, name});
+            m_tokens.push_back({TargetToken::Open, id, QStringLiteral("bpt")});
         else if (x && is(local, "ept"))
-            m_tokens.push_back({TargetToken::Close, id, name});
+            m_tokens.push_back({TargetToken::Close, id, QStringLiteral("ept")});
         else if (x && is(local, "ph") && rawAttribute(attrs, count, "ctype") == "x-nbsp")
-            m_tokens.push_back({TargetToken::Nbsp, 0, name});
-        else if (x && (is(local, "x") || is(local, "ph")))
-            m_tokens.push_back({TargetToken::Empty, id, name});
+            m_tokens.push_back({TargetToken::Nbsp, 0, QStringLiteral("ph")});
+        else if (x && is(local, "x"))
+            m_tokens.push_back({TargetToken::Empty, id, QStringLiteral("x")});
+        else if (x && is(local, "ph"))
+            m_tokens.push_back({TargetToken::Empty, id, QStringLiteral("ph")});
         else
-            m_tokens.push_back({TargetToken::Foreign, 0, name});
+            m_tokens.push_back({TargetToken::Foreign, 0, xmlsafe::qs(local)});
         m_opaqueDepth = m_depth;
     }
 
@@ -1126,7 +1233,8 @@ private:
                 return;
             }
             r->m_unitId = attribute(attrs, count, "id");
-            if (r->m_unitId.isEmpty() || r->f.seen(r->m_unitId)) {
+            r->m_unitHash = idHash(r->m_unitId);
+            if (r->m_unitId.isEmpty() || r->f.seen(r->m_unitId, r->m_unitHash)) {
                 r->why = r->m_unitId.isEmpty() ? QStringLiteral("A unit has no id.")
                                                : QStringLiteral("The unit \"%1\" appears twice.").arg(r->m_unitId);
                 r->stop();
@@ -1168,7 +1276,7 @@ private:
         }
         if (depth == r->m_unitDepth) {
             r->m_unitDepth = -1;
-            r->f.add(r->m_unitId, std::move(r->m_unitTarget), r->m_unitHasTarget);
+            r->f.add(r->m_unitId, r->m_unitHash, std::move(r->m_unitTarget), r->m_unitHasTarget);
         } else if (depth == r->m_lockDepth) {
             r->m_lockDepth = -1;
             r->m_lock = r->m_lockText.trimmed();
@@ -1197,10 +1305,9 @@ private:
         }
         if (r->m_targetDepth < 0 || r->m_opaqueDepth >= 0)
             return;
-        const QString piece = QString::fromUtf8(reinterpret_cast<const char*>(text), length);
-        if (r->m_depth == r->m_targetDepth && !r->m_words && hasWords(text, length, piece))
+        if (r->m_depth == r->m_targetDepth && !r->m_words && hasWords(text, length))
             r->m_words = true;
-        r->m_text += piece;
+        r->m_text.append(reinterpret_cast<const char*>(text), length);
     }
 
     static void onError(void* ctx, xmlErrorPtr error)
@@ -1225,7 +1332,7 @@ bool plainText(const Target& target, QString& out, QString& why)
 {
     for (const TargetToken& t : target) {
         if (t.kind == TargetToken::Text) {
-            out += t.text;
+            out += QString::fromUtf8(t.utf8);
         } else if (t.kind == TargetToken::Nbsp) {
             out += QChar(0x00A0);
         } else {
@@ -1287,6 +1394,7 @@ private:
         enum Kind { Text, Open, Close, Empty, Nbsp } kind;
         QString text;
         int id = 0;
+        QByteArray utf8 = {}; // a Text as the file has it, when text is empty
     };
 
     // The code texts of this unit's source, for targets that carry them as text.
@@ -1320,8 +1428,13 @@ private:
         for (const TargetToken& t : from) {
             switch (t.kind) {
             case TargetToken::Text:
-                if (!t.text.isEmpty())
-                    textCodes(t.text, out);
+                // Without a '<' the text holds no code text: it goes in as it came.
+                if (t.utf8.isEmpty())
+                    break;
+                if (!t.utf8.contains('<'))
+                    out.push_back({Token::Text, QString(), 0, t.utf8});
+                else
+                    textCodes(QString::fromUtf8(t.utf8), out);
                 break;
             case TargetToken::Open:
                 out.push_back({Token::Open, QString(), t.id});
@@ -1354,7 +1467,10 @@ private:
             xmlNode* at = open.back().first;
             switch (t.kind) {
             case Token::Text:
-                xmlAddChild(at, xmlNewDocText(at->doc, X(t.text.toUtf8().constData())));
+                if (t.text.isEmpty())
+                    xmlAddChild(at, xmlNewDocText(at->doc, X(t.utf8.constData())));
+                else
+                    xmlAddChild(at, xmlNewDocText(at->doc, X(t.text.toUtf8().constData())));
                 break;
             case Token::Nbsp:
                 xmlAddChild(at, xmlNewDocText(at->doc, X("\xC2\xA0")));
@@ -1534,14 +1650,24 @@ private:
         }
         xmlNode* newOne = xmlDocCopyNode(mainOne, doc.get(), 1);
         xmlSetProp(newOne, X("lang"), X(m_lang.toUtf8().constData()));
-        const Units copies = enumerateUnits(newOne, id);
-        bool ok = copies.list.size() == units.list.size();
-        // From the back, so that an image is given its caption before its
-        // cell is rebuilt around it, and a link its label before its text.
-        for (size_t i = copies.list.size(); ok && i-- > 0;) {
+        // The copy's units are the master's at the same places, all found
+        // before the rebuilding moves codes about; numbering the copy again
+        // would build every id a second time.
+        std::vector<Unit> copies(units.list.size());
+        bool ok = true;
+        for (size_t i = 0; i < copies.size(); ++i) {
             if (!wanted[i])
                 continue;
-            const Unit& u = copies.list[i];
+            const Unit& m = units.list[i];
+            copies[i] = {m.id, follow(newOne, pathFrom(mainOne, m.node)), m.linkCode};
+            ok = ok && copies[i].node;
+        }
+        // From the back, so that an image is given its caption before its
+        // cell is rebuilt around it, and a link its label before its text.
+        for (size_t i = copies.size(); ok && i-- > 0;) {
+            if (!wanted[i])
+                continue;
+            const Unit& u = copies[i];
             QString why;
             if (u.linkCode > 0) {
                 QString label;

@@ -530,6 +530,9 @@ TEST_F(XliffTest, ForeignOrDamagedFilesAreRefusedAndNothingIsWritten)
     b = goodBytes;
     refused(b.replace("id=\"topic5.title\"", "id=\"topic4.title\""), QStringLiteral("\"topic4.title\" appears twice"));
     b = goodBytes;
+    // The book's part and a chapter's: a unit repeated in another part counts too.
+    refused(b.replace("id=\"topic5.title\"", "id=\"book.title\""), QStringLiteral("\"book.title\" appears twice"));
+    b = goodBytes;
     refused(b.replace("elpmaS launaM</target>", "<bogus/>elpmaS launaM</target>"), QStringLiteral("Unit \"book.title\""));
 
     // Another export of the sample has a lock of its own.
